@@ -1,0 +1,34 @@
+#ifndef BRINDLELIB_H
+#define BRINDLELIB_H
+
+// Enumerations and process-wide values shared by every subsystem.
+namespace BrindleLib {
+
+enum Protocol { ProtocolHttp = 0, ProtocolHttps = 1 };
+
+enum RequestStyle { RequestStyleVirtualHost = 0, RequestStylePath = 1 };
+
+// What a copy does with a target that exists: ask, overwrite (once, always),
+// skip (once, always).
+enum OverwriteMode {
+    OverwriteAsk = 0,
+    OverwriteOnce = 1,
+    OverwriteAlways = 2,
+    SkipOnce = 3,
+    SkipAlways = 4
+};
+
+enum EntryListMode { ListOneLevel = 0, ListSubtree = 1 };
+
+enum ListVersionMode { ListCurrentVersions = 0 };
+
+// The tool only ever holds 0 and copies it.
+enum VersioningState { VersioningUnset = 0 };
+
+// Seconds to add to the local clock to get the store's clock.
+int timeOffset();
+void setTimeOffset(int seconds);
+
+} // namespace BrindleLib
+
+#endif

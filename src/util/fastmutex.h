@@ -1,0 +1,37 @@
+#ifndef FASTMUTEX_H
+#define FASTMUTEX_H
+
+#include <pthread.h>
+
+// A plain, non-recursive pthread mutex with no checks and no time-outs.
+// Each shared object carries one; a copy of its owner gets a fresh one,
+// never a share of the original lock.
+class FastMutex
+{
+public:
+    FastMutex() { pthread_mutex_init(&m_mutex, nullptr); }
+    FastMutex(const FastMutex&) : FastMutex() {}
+    FastMutex& operator=(const FastMutex&) { return *this; }
+    ~FastMutex() { pthread_mutex_destroy(&m_mutex); }
+
+    void lock() { pthread_mutex_lock(&m_mutex); }
+    void unlock() { pthread_mutex_unlock(&m_mutex); }
+
+private:
+    pthread_mutex_t m_mutex;
+};
+
+// Scope guard for a FastMutex.
+class FastMutexLocker
+{
+public:
+    explicit FastMutexLocker(FastMutex& mutex) : m_mutex(mutex) { m_mutex.lock(); }
+    ~FastMutexLocker() { m_mutex.unlock(); }
+    FastMutexLocker(const FastMutexLocker&) = delete;
+    FastMutexLocker& operator=(const FastMutexLocker&) = delete;
+
+private:
+    FastMutex& m_mutex;
+};
+
+#endif
