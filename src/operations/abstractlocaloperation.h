@@ -1,0 +1,16 @@
+#ifndef ABSTRACTLOCALOPERATION_H
+#define ABSTRACTLOCALOPERATION_H
+
+#include "operations/abstractoperation.h"
+
+// An atomic operation on the local disk. Its creator fills the inputs, a
+// handler fills the results or sets an error, the group reads them back.
+class AbstractLocalOperation : public AbstractOperation
+{
+public:
+    bool isLocalOperation() const override { return true; }
+    // Copies the inputs and leaves the results empty, so the copy can run again.
+    AbstractLocalOperation* clone(OperationGroup* parent) const override = 0;
+};
+
+#endif

@@ -1,0 +1,172 @@
+#ifndef ABSTRACTOPERATION_H
+#define ABSTRACTOPERATION_H
+
+#include <QAtomicInt>
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include "operations/operror.h"
+#include "util/fastmutex.h"
+
+class OperationGroup;
+
+// One piece of work: atomic (carried out by one handler in one go) or a group
+// that decides what comes next. Every field is guarded by the operation's own
+// mutex so that handler threads may report while the main thread decides.
+class AbstractOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(AbstractOperation)
+
+public:
+    enum OperationState { PendingState = 0, RunningState = 1, FinishedState = 2 };
+
+    enum Type {
+        FolderExistsType = 1,
+        CompareFileContentForSyncType = 3,
+        CopyLocalFileToLocalType = 4,
+        CopyLocalFileToLocalAtomicType = 5,
+        CopyLocalFileToWSType = 6,
+        CopyWSFileToLocalType = 7,
+        CopyWSFileToWSType = 8,
+        CopyWSFileToWSAtomicType = 9,
+        CreateLocalFolderAtomicType = 10,
+        CreateS3FolderType = 11,
+        UrlOpType = 12,
+        QuorleOpType = 13,
+        DeleteCloudFileType = 14,
+        DeleteCloudFileAtomicType = 15,
+        DeleteLocalEmptyFolderAtomicType = 16,
+        DeleteLocalFileAtomicType = 17,
+        DownloadType = 20,
+        DownloadFromWSAtomicType = 21,
+        DummyType = 22,
+        EncryptLocalFileAtomicType = 23,
+        GetCloudFileAclType = 24,
+        GetS3ContainerAclType = 27,
+        GetS3ContainerAclAtomicType = 28,
+        GetS3FileAclAtomicType = 29,
+        GetServiceType = 30,
+        GetServiceAtomicType = 31,
+        HeadWSFileType = 34,
+        HeadS3ContainerType = 35,
+        HeadWSFileAtomicType = 36,
+        HeadS3ContainerAtomicType = 37,
+        WSListAtomicType = 38,
+        ListS3VersionsAtomicType = 39,
+        LocalDriveListAtomicType = 40,
+        LocalFolderListAtomicType = 41,
+        LocalContainerExistsAtomicType = 42,
+        LocalMd5AtomicType = 43,
+        OverwriteConfirmType = 46,
+        PutS3AclType = 47,
+        WSPutContainerAclAtomicType = 48,
+        PutS3FileAclAtomicType = 49,
+        RenameLocalFolderAtomicType = 50,
+        S3ContainerExistsType = 51,
+        S3PutEmptyObjectAtomicType = 53,
+        ShellCopyFileType = 60,
+        ShellCreateFolderType = 62,
+        ShellDeleteContainerType = 65,
+        ShellDeleteVirtualFolderType = 66,
+        ShellDeleteFileType = 67,
+        DeleteS3EmptyFolderType = 70,
+        ShellListType = 76,
+        ShellListFolderType = 77,
+        ShellSyncContainerType = 90,
+        UploadType = 102,
+        UploadAtomicType = 103,
+        WSListType = 105
+    };
+
+    AbstractOperation();
+    virtual ~AbstractOperation();
+    AbstractOperation(const AbstractOperation&) = delete;
+    AbstractOperation& operator=(const AbstractOperation&) = delete;
+
+    virtual int type() const = 0;
+    virtual QString name() const = 0;
+    virtual bool isGroup() const { return false; }
+    virtual bool isWebServiceOperation() const { return false; }
+    virtual bool isLocalOperation() const { return false; }
+    virtual bool isShellOperation() const { return false; }
+    virtual void setState(OperationState state);
+    virtual void setError(const OpError& error);
+    virtual void removeError();
+    virtual void setIgnoreFlag(bool ignore);
+    virtual int transferType() const { return 0; }
+    virtual QByteArray log() const;
+    virtual void setSkipFlag(bool skip);
+    virtual bool hasLog() const;
+
+    // A fresh copy of an atomic operation, for a retry; groups are never cloned.
+    virtual AbstractOperation* clone(OperationGroup* parent) const;
+
+    OperationGroup* parent() const;
+    void setParent(OperationGroup* parent);
+    int row() const;
+    void setRow(int row);
+    bool waitForPrevious() const;
+    void setWaitForPrevious(bool wait);
+    bool isFreezed() const;
+    void setFreezed(bool freezed);
+    OperationState state() const;
+    bool isFinished() const { return state() == FinishedState; }
+    qint64 transferProgress() const;
+    void addToTransferProgress(qint64 bytes);
+    QObject* handler() const;
+    void setHandler(QObject* handler);
+    bool removeFlag() const;
+    void setRemoveFlag(bool remove);
+    bool skipFlag() const;
+    int tag() const;
+    void setTag(int tag);
+    int errorCounter() const;
+    void setErrorCounter(int counter);
+    bool ignoreFlag() const;
+    QDateTime dateTime() const;
+    void setDateTime(const QDateTime& dateTime);
+    int uniqueId() const;
+
+    AbstractOperation* topLevelOperation();
+    AbstractOperation* firstShellOperation();
+    void addLog(const QByteArray& bytes);
+    OpError error() const;
+    QList<OpError> errors() const;
+    void removeError(int errorId);
+    void addChildrenError(const OpError& error);
+
+    static QAtomicInt global_uniqueId;
+
+protected:
+    QByteArray ownLog() const;
+    bool ownHasLog() const;
+    void setOwnSkipFlag(bool skip);
+    void changeIgnoreCount(bool ignore);
+
+private:
+    OperationGroup* m_parent = nullptr;
+    bool m_hasOwnError = false;
+    int m_row = -1;
+    bool m_waitForPrevious = false;
+    int m_freezeCount = 0;
+    OperationState m_state = PendingState;
+    qint64 m_transferProgress = 0;
+    QObject* m_handler = nullptr;
+    bool m_removeFlag = false;
+    bool m_skipFlag = false;
+    bool m_hasLog = false;
+    int m_tag = 0;
+    int m_errorCounter = 0;
+    QAtomicInt m_ignoreCount;
+    QDateTime m_dateTime;
+    int m_uniqueId;
+    QByteArray m_log;
+    QList<OpError> m_errors;
+    mutable FastMutex m_mutex;
+};
+
+#endif

@@ -1,0 +1,375 @@
+#include "operations/operationgroup.h"
+
+#include <algorithm>
+
+#include <QMutexLocker>
+#include <QUrl>
+
+#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractshelloperation.h"
+#include "operations/dummyoperation.h"
+#include "operations/webretrypolicy.h"
+
+OperationGroup::OperationGroup(OperationGroup* parent)
+{
+    setParent(parent);
+}
+
+OperationGroup::~OperationGroup()
+{
+    qDeleteAll(m_operations);
+    qDeleteAll(m_retired);
+}
+
+void OperationGroup::setIgnoreFlag(bool ignore)
+{
+    changeIgnoreCount(ignore);
+    QMutexLocker locker(&m_groupMutex);
+    for (AbstractOperation* op : std::as_const(m_operations))
+        op->setIgnoreFlag(ignore);
+}
+
+void OperationGroup::setSkipFlag(bool)
+{
+    setOwnSkipFlag(true);
+    QMutexLocker locker(&m_groupMutex);
+    for (AbstractOperation* op : std::as_const(m_operations))
+        op->setSkipFlag(true);
+}
+
+QByteArray OperationGroup::log() const
+{
+    QByteArray all = ownLog();
+    QMutexLocker locker(&m_groupMutex);
+    for (AbstractOperation* op : m_operations)
+        all.append(op->log());
+    return all;
+}
+
+bool OperationGroup::hasLog() const
+{
+    if (ownHasLog())
+        return true;
+    QMutexLocker locker(&m_groupMutex);
+    for (AbstractOperation* op : m_operations) {
+        if (op->hasLog())
+            return true;
+    }
+    return false;
+}
+
+void OperationGroup::append(AbstractOperation* op)
+{
+    appendToGroup(op);
+}
+
+void OperationGroup::appendToGroup(AbstractOperation* op)
+{
+    QMutexLocker locker(&m_groupMutex);
+    op->setParent(this);
+    op->setRow(m_operations.size());
+    op->setIgnoreFlag(ignoreFlag());
+    if (m_waitNext) {
+        op->setWaitForPrevious(true);
+        m_waitNext = false;
+    }
+    if (op->isShellOperation()) {
+        auto* shellOp = static_cast<AbstractShellOperation*>(op);
+        // The next sibling must not start before a local folder exists.
+        if (shellOp->createsLocalFolder())
+            m_waitNext = true;
+        if (shellOp->isEffectiveOperation())
+            addToDisplayCounter(1);
+    }
+    m_operations.append(op);
+    m_pending.append(op);
+    if (isFinished())
+        setState(PendingState);
+}
+
+void OperationGroup::notifyStateChanged(OperationState oldState, OperationState newState,
+                                        AbstractOperation* child)
+{
+    if (oldState == newState)
+        return;
+    if (newState == FinishedState) {
+        m_finishedCount.fetchAndAddOrdered(1);
+        const bool failed = !child->error().isNull();
+        if (!failed && child->isShellOperation()
+            && static_cast<AbstractShellOperation*>(child)->isEffectiveOperation())
+            addToFinishedDisplayCounter(1);
+        if (!failed) {
+            QMutexLocker locker(&m_groupMutex);
+            m_pending.removeOne(child);
+        }
+        prepareNextOperation(child);
+        bool allFinished;
+        {
+            QMutexLocker locker(&m_groupMutex);
+            allFinished = m_operations.size() == m_finishedCount.loadAcquire();
+        }
+        if (allFinished)
+            setState(FinishedState);
+    }
+    if (oldState == FinishedState)
+        m_finishedCount.fetchAndSubOrdered(1);
+    if (newState != FinishedState)
+        setState(newState);
+}
+
+AbstractOperation* OperationGroup::takeNextToExecute()
+{
+    QMutexLocker locker(&m_groupMutex);
+    if (isFreezed())
+        return nullptr;
+    if (m_firstPrepare && m_operations.isEmpty())
+        prepareFirstOperation();
+    m_firstPrepare = false;
+    // A group with nothing to do still finishes the ordinary way.
+    if (m_operations.isEmpty())
+        append(new DummyOperation);
+
+    const QList<AbstractOperation*> pending = m_pending;
+    for (AbstractOperation* child : pending) {
+        const OperationState state = child->state();
+        if (state == FinishedState)
+            continue;
+        if (!child->isGroup() && state == RunningState)
+            continue;
+        if (child->waitForPrevious() && m_finishedCount.loadAcquire() < child->row())
+            return nullptr;
+        if (!child->isGroup())
+            return child;
+        auto* group = static_cast<OperationGroup*>(child);
+        if (group->operationListIsEmpty()) {
+            group->prepareFirstOperation();
+            group->m_firstPrepare = false;
+            if (group->operationListIsEmpty())
+                group->append(new DummyOperation);
+        }
+        if (group->hasPendingOperation()) {
+            if (AbstractOperation* next = group->takeNextToExecute())
+                return next;
+        }
+    }
+    return nullptr;
+}
+
+bool OperationGroup::prepareNextOperation(AbstractOperation* child)
+{
+    QMutexLocker locker(&m_groupMutex);
+    if (child->isWebServiceOperation())
+        return decideWebRetry(static_cast<AbstractWebServiceOperation*>(child));
+    if (child->isLocalOperation() && !child->error().isNull())
+        return retryIfAllowed(child, 3);
+    return false;
+}
+
+bool OperationGroup::decideWebRetry(AbstractWebServiceOperation* child)
+{
+    switch (WebRetryPolicy::decide(child)) {
+    case WebRetryPolicy::Retry:
+        return retryIfAllowed(child, 7);
+    case WebRetryPolicy::Redirect:
+        return followRedirect(child);
+    case WebRetryPolicy::NoRetry:
+        break;
+    }
+    return false;
+}
+
+bool OperationGroup::followRedirect(AbstractWebServiceOperation* child)
+{
+    if (WebRetryPolicy::redirectCount(child) > 4) {
+        child->setError(OpError(OpError::GeneralError, QString(), tr("Infinite redirect loop"), QString()));
+        return true;
+    }
+    const QUrl location = WebRetryPolicy::redirectLocation(child);
+    if (!location.isValid())
+        return true;
+    AbstractOperation* redirected = WebRetryPolicy::cloneForRedirect(child, this, location);
+    redirected->setTag(child->tag());
+    redirected->setWaitForPrevious(child->waitForPrevious());
+    append(redirected);
+    return true;
+}
+
+bool OperationGroup::retryIfAllowed(AbstractOperation* child, int maxCounter)
+{
+    if (child->errorCounter() > maxCounter)
+        return false;
+    retry(child);
+    return true;
+}
+
+void OperationGroup::retry(AbstractOperation* child)
+{
+    if (!child->error().isNull()) {
+        child->removeError();
+        const qint64 progress = child->transferProgress();
+        if (progress != 0)
+            child->addToTransferProgress(-progress);
+    }
+    AbstractOperation* replacement = child->clone(this);
+    if (!replacement)
+        return;
+    replacement->setParent(this);
+    replacement->setTag(child->tag());
+    replacement->setWaitForPrevious(child->waitForPrevious());
+    replacement->setErrorCounter(child->errorCounter() + 1);
+    replacement->addLog(child->log());
+    child->setState(PendingState);
+    replacePendingOperation(child, replacement);
+}
+
+void OperationGroup::replacePendingOperation(AbstractOperation* old, AbstractOperation* replacement)
+{
+    QMutexLocker locker(&m_groupMutex);
+    const int index = m_pending.indexOf(old);
+    if (index >= 0)
+        m_pending[index] = replacement;
+    else
+        m_pending.append(replacement);
+    // The replacement takes the old child's row so that the group owns it and
+    // the count of rows stays right; the old child is kept alive until the
+    // group goes, because the scheduler is still reporting on it.
+    const int row = m_operations.indexOf(old);
+    if (row >= 0) {
+        m_operations[row] = replacement;
+        m_retired.append(old);
+    } else {
+        m_operations.append(replacement);
+    }
+}
+
+void OperationGroup::clearChildren(bool shellOperationsToo)
+{
+    QMutexLocker locker(&m_groupMutex);
+    if (!error().isNull() || !isFinished())
+        return;
+    QList<AbstractOperation*> kept;
+    for (AbstractOperation* child : std::as_const(m_operations)) {
+        if (!shellOperationsToo && child->isShellOperation()) {
+            kept.append(child);
+            continue;
+        }
+        addLog(child->log());
+        if (child->isFinished())
+            m_finishedCount.fetchAndSubOrdered(1);
+        m_pending.removeOne(child);
+        delete child;
+    }
+    m_operations = kept;
+    for (int i = 0; i < m_operations.size(); ++i)
+        m_operations.at(i)->setRow(i);
+    qDeleteAll(m_retired);
+    m_retired.clear();
+}
+
+void OperationGroup::clearAllOperations()
+{
+    clearChildren(true);
+}
+
+void OperationGroup::clearNoShellOperations()
+{
+    clearChildren(false);
+    clearVariables();
+}
+
+#define GROUP_COUNTER(adder, getter, member)                             \
+    void OperationGroup::adder(int n)                                    \
+    {                                                                    \
+        for (AbstractOperation* op = this; op; op = op->parent())        \
+            static_cast<OperationGroup*>(op)->member.fetchAndAddOrdered(n); \
+    }                                                                    \
+    int OperationGroup::getter() const { return member.loadAcquire(); }
+
+GROUP_COUNTER(addToDisplayCounter, displayCounter, m_displayCounter)
+GROUP_COUNTER(addToFinishedDisplayCounter, finishedDisplayCounter, m_finishedDisplayCounter)
+#undef GROUP_COUNTER
+
+void OperationGroup::addToTransferSize(qint64 n)
+{
+    for (AbstractOperation* op = this; op; op = op->parent()) {
+        auto* group = static_cast<OperationGroup*>(op);
+        QMutexLocker locker(&group->m_groupMutex);
+        group->m_transferSize += n;
+    }
+}
+
+qint64 OperationGroup::transferSize() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return m_transferSize;
+}
+
+int OperationGroup::finishedCount() const
+{
+    return m_finishedCount.loadAcquire();
+}
+
+int OperationGroup::operationCount() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return m_operations.size();
+}
+
+AbstractOperation* OperationGroup::operationAt(int index) const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return m_operations.value(index);
+}
+
+int OperationGroup::shellOperationCount() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return int(std::count_if(m_operations.cbegin(), m_operations.cend(),
+                             [](AbstractOperation* op) { return op->isShellOperation(); }));
+}
+
+AbstractOperation* OperationGroup::shellOperationAt(int index) const
+{
+    QMutexLocker locker(&m_groupMutex);
+    for (AbstractOperation* op : m_operations) {
+        if (op->isShellOperation() && index-- == 0)
+            return op;
+    }
+    return nullptr;
+}
+
+bool OperationGroup::hasPendingOperation() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return !m_pending.isEmpty();
+}
+
+bool OperationGroup::operationListIsEmpty() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return m_operations.isEmpty();
+}
+
+BrindleLib::OverwriteMode OperationGroup::overwriteMode() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return m_overwriteMode;
+}
+
+void OperationGroup::setOverwriteMode(BrindleLib::OverwriteMode mode)
+{
+    QMutexLocker locker(&m_groupMutex);
+    m_overwriteMode = mode;
+}
+
+bool OperationGroup::canRetry() const
+{
+    QMutexLocker locker(&m_groupMutex);
+    return m_canRetryCount > 0;
+}
+
+void OperationGroup::setCanRetry(bool canRetry)
+{
+    QMutexLocker locker(&m_groupMutex);
+    m_canRetryCount += canRetry ? 1 : (m_canRetryCount > 0 ? -1 : 0);
+}

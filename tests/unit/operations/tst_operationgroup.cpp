@@ -1,0 +1,273 @@
+#include <QtTest>
+
+#include "operations/dummyoperation.h"
+#include "testoperations.h"
+
+// Drives the group protocol the way the scheduler does, without threads.
+namespace {
+void finish(AbstractOperation* op, const OpError& error = OpError())
+{
+    op->setState(AbstractOperation::RunningState);
+    if (!error.isNull())
+        op->setError(error);
+    op->setState(AbstractOperation::FinishedState);
+}
+
+OpError networkError(int number)
+{
+    return OpError(OpError::NetworkError, QString::number(number), "network", QString());
+}
+
+OpError serviceError(const QString& code)
+{
+    return OpError(OpError::ServiceError, code, "service", QString());
+}
+
+// Runs every atomic operation the root hands out through `answer` until the
+// root finishes; returns how many were run.
+template <typename Answer>
+int runToEnd(OperationGroup* root, Answer answer)
+{
+    int runs = 0;
+    while (!root->isFinished() && runs < 100) {
+        AbstractOperation* next = root->takeNextToExecute();
+        if (!next)
+            break;
+        answer(next, runs++);
+    }
+    return runs;
+}
+} // namespace
+
+class TestOperationGroup : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void emptyGroupFinishesThroughDummy();
+    void waitForPreviousBlocksUntilRowsFinished();
+    void webRetryDecision_data();
+    void webRetryDecision();
+    void webFailureStandsAfterNineAttempts();
+    void localFailureStandsAfterFiveAttempts();
+    void retriedOperationLeavesNoError();
+    void redirectsFollowedUpToFive();
+    void redirectWithoutLocationEndsQuietly();
+    void errorsReachEveryAncestorAndLeaveTogether();
+    void clearAllOperationsKeepsFailedSubtrees();
+    void appendReopensFinishedGroup();
+};
+
+void TestOperationGroup::emptyGroupFinishesThroughDummy()
+{
+    ListShellOperation root;
+    AbstractOperation* next = root.takeNextToExecute();
+    QVERIFY(next);
+    QCOMPARE(next->type(), int(AbstractOperation::DummyType));
+    finish(next);
+    QVERIFY(root.isFinished());
+    QVERIFY(root.error().isNull());
+}
+
+void TestOperationGroup::waitForPreviousBlocksUntilRowsFinished()
+{
+    QList<AbstractOperation*> children;
+    for (int i = 0; i < 5; ++i)
+        children << new ProbeLocalOperation;
+    children[3]->setWaitForPrevious(true);
+    ListShellOperation root(children);
+
+    // Rows 0-2 go out; row 3 blocks itself and row 4 behind it.
+    for (int i = 0; i < 3; ++i) {
+        AbstractOperation* next = root.takeNextToExecute();
+        QCOMPARE(next, children[i]);
+        next->setState(AbstractOperation::RunningState);
+    }
+    QCOMPARE(root.takeNextToExecute(), nullptr);
+    children[0]->setState(AbstractOperation::FinishedState);
+    // A failed row counts as finished; keep it from being retried.
+    children[1]->setErrorCounter(10);
+    children[1]->setError(OpError(OpError::FileError, QString(), "failed", QString()));
+    children[1]->setState(AbstractOperation::FinishedState);
+    QCOMPARE(root.takeNextToExecute(), nullptr);
+    children[2]->setState(AbstractOperation::FinishedState);
+    QCOMPARE(root.takeNextToExecute(), children[3]);
+}
+
+void TestOperationGroup::webRetryDecision_data()
+{
+    QTest::addColumn<OpError>("error");
+    QTest::addColumn<QByteArray>("head");
+    QTest::addColumn<bool>("retried");
+
+    const QByteArray none;
+    QTest::newRow("network error 1") << networkError(1) << none << true;
+    QTest::newRow("network error 10") << networkError(10) << none << true;
+    QTest::newRow("network error 7") << networkError(7) << none << false;
+    QTest::newRow("network error 8") << networkError(8) << none << false;
+    QTest::newRow("network error 9") << networkError(9) << none << false;
+    QTest::newRow("no answer read") << serviceError("X") << none << true;
+    QTest::newRow("400 BadDigest") << serviceError("BadDigest") << QByteArray("HTTP/1.1 400 Bad") << true;
+    QTest::newRow("400 IncompleteBody") << serviceError("IncompleteBody") << QByteArray("HTTP/1.1 400 Bad") << true;
+    QTest::newRow("400 RequestTimeout") << serviceError("RequestTimeout") << QByteArray("HTTP/1.1 400 Bad") << true;
+    QTest::newRow("400 InvalidBucketName") << serviceError("InvalidBucketName") << QByteArray("HTTP/1.1 400 Bad") << false;
+    QTest::newRow("403 AccessDenied") << serviceError("AccessDenied") << QByteArray("HTTP/1.1 403 Forbidden") << false;
+    QTest::newRow("500 anything") << serviceError("InternalError") << QByteArray("HTTP/1.1 500 Oops") << true;
+    QTest::newRow("503 SlowDown") << serviceError("SlowDown") << QByteArray("HTTP/1.1 503 Busy") << true;
+    QTest::newRow("503 ServiceUnavailable") << serviceError("ServiceUnavailable") << QByteArray("HTTP/1.1 503 Busy") << true;
+    QTest::newRow("503 other") << serviceError("Other") << QByteArray("HTTP/1.1 503 Busy") << false;
+    QTest::newRow("404 NoSuchKey") << serviceError("NoSuchKey") << QByteArray("HTTP/1.1 404 Not Found") << false;
+    QTest::newRow("200 success") << OpError() << QByteArray("HTTP/1.1 200 OK") << false;
+}
+
+void TestOperationGroup::webRetryDecision()
+{
+    QFETCH(OpError, error);
+    QFETCH(QByteArray, head);
+    QFETCH(bool, retried);
+
+    auto* op = new FakeWebOperation;
+    ListShellOperation root({op});
+    QCOMPARE(root.takeNextToExecute(), op);
+    if (!head.isNull())
+        op->setHttpResponseHeader(HttpResponseHeader(head + "\r\n\r\n"));
+    finish(op, error);
+
+    QCOMPARE(!root.isFinished(), retried);
+    if (retried) {
+        AbstractOperation* clone = root.takeNextToExecute();
+        QVERIFY(clone && clone != op);
+        QCOMPARE(clone->errorCounter(), 1);
+        QVERIFY(root.error().isNull());
+    } else {
+        QCOMPARE(root.error().isNull(), error.isNull());
+    }
+}
+
+void TestOperationGroup::webFailureStandsAfterNineAttempts()
+{
+    auto* op = new FakeWebOperation;
+    op->addLog("first attempt");
+    ListShellOperation root({op});
+    ListShellOperation* top = &root;
+    const int runs = runToEnd(top, [](AbstractOperation* next, int) { finish(next, networkError(2)); });
+    QCOMPARE(runs, 9);
+    QVERIFY(root.isFinished());
+    QCOMPARE(root.error().code(), QString("2"));
+    // Only the last attempt's error stands, and the log came along.
+    QCOMPARE(root.errors().size(), 1);
+    QVERIFY(root.log().contains("first attempt"));
+}
+
+void TestOperationGroup::localFailureStandsAfterFiveAttempts()
+{
+    ListShellOperation root({new ProbeLocalOperation});
+    const int runs = runToEnd(&root, [](AbstractOperation* next, int) {
+        finish(next, OpError(OpError::FileError, QString(), "disk", QString()));
+    });
+    QCOMPARE(runs, 5);
+    QCOMPARE(root.error().message(), QString("disk"));
+}
+
+void TestOperationGroup::retriedOperationLeavesNoError()
+{
+    auto* op = new FakeWebOperation;
+    ListShellOperation outer;
+    auto* inner = new ListShellOperation({op});
+    outer.append(inner);
+    const int runs = runToEnd(&outer, [](AbstractOperation* next, int run) {
+        if (run < 2) {
+            finish(next, networkError(1));
+        } else {
+            static_cast<FakeWebOperation*>(next)->setHttpResponseHeader(HttpResponseHeader("HTTP/1.1 200 OK\r\n\r\n"));
+            finish(next);
+        }
+    });
+    QCOMPARE(runs, 3);
+    QVERIFY(outer.isFinished());
+    QVERIFY(outer.error().isNull());
+    QVERIFY(inner->error().isNull());
+}
+
+void TestOperationGroup::redirectsFollowedUpToFive()
+{
+    QList<QUrl> locations;
+    ListShellOperation root({new FakeWebOperation});
+    const int runs = runToEnd(&root, [&](AbstractOperation* next, int run) {
+        auto* web = static_cast<FakeWebOperation*>(next);
+        locations << web->redirectLocation();
+        web->setHttpResponseHeader(HttpResponseHeader(
+            "HTTP/1.1 301 Moved\r\nLocation: http://b.example/k" + QByteArray::number(run) + "\r\n\r\n"));
+        finish(next);
+    });
+    QCOMPARE(runs, 6);
+    QCOMPARE(locations.value(1), QUrl("http://b.example/k0"));
+    QCOMPARE(locations.value(5), QUrl("http://b.example/k4"));
+    QCOMPARE(root.error().message(), QString("Infinite redirect loop"));
+}
+
+void TestOperationGroup::redirectWithoutLocationEndsQuietly()
+{
+    auto* op = new FakeWebOperation;
+    ListShellOperation root({op});
+    QCOMPARE(root.takeNextToExecute(), op);
+    op->setHttpResponseHeader(HttpResponseHeader("HTTP/1.1 307 Temporary\r\n\r\n"));
+    finish(op);
+    QVERIFY(root.isFinished());
+    QVERIFY(root.error().isNull());
+}
+
+void TestOperationGroup::errorsReachEveryAncestorAndLeaveTogether()
+{
+    auto* leaf = new ProbeLocalOperation;
+    auto* middle = new ListShellOperation({leaf});
+    ListShellOperation root({middle});
+    QCOMPARE(root.takeNextToExecute(), leaf);
+    const OpError error(OpError::FileError, QString(), "broken", QString());
+    leaf->setError(error);
+    QCOMPARE(middle->error().errorId(), error.errorId());
+    QCOMPARE(root.error().errorId(), error.errorId());
+    leaf->removeError();
+    QVERIFY(leaf->error().isNull());
+    QVERIFY(middle->error().isNull());
+    QVERIFY(root.error().isNull());
+    // The shown mark is shared by every copy.
+    OpError copy = error;
+    copy.setShowFlag(true);
+    QVERIFY(error.showFlag());
+}
+
+void TestOperationGroup::clearAllOperationsKeepsFailedSubtrees()
+{
+    auto* good = new ProbeLocalOperation;
+    good->addLog("good log");
+    ListShellOperation clean({good});
+    runToEnd(&clean, [](AbstractOperation* next, int) { finish(next); });
+    clean.clearAllOperations();
+    QCOMPARE(clean.operationCount(), 0);
+    QVERIFY(clean.log().contains("good log"));
+
+    ListShellOperation failed({new ProbeLocalOperation});
+    runToEnd(&failed, [](AbstractOperation* next, int) {
+        finish(next, OpError(OpError::FileError, QString(), "x", QString()));
+    });
+    QVERIFY(failed.isFinished());
+    const int before = failed.operationCount();
+    failed.clearAllOperations();
+    QCOMPARE(failed.operationCount(), before);
+}
+
+void TestOperationGroup::appendReopensFinishedGroup()
+{
+    ListShellOperation root;
+    finish(root.takeNextToExecute());
+    QVERIFY(root.isFinished());
+    auto* late = new ProbeLocalOperation;
+    root.append(late);
+    QCOMPARE(root.state(), AbstractOperation::PendingState);
+    QCOMPARE(root.takeNextToExecute(), late);
+    finish(late);
+    QVERIFY(root.isFinished());
+}
+
+QTEST_GUILESS_MAIN(TestOperationGroup)
+#include "tst_operationgroup.moc"
