@@ -1,6 +1,8 @@
 #ifndef ABSTRACTWEBSERVICEOPERATION_H
 #define ABSTRACTWEBSERVICEOPERATION_H
 
+#include <QMetaType>
+
 #include <QUrl>
 
 #include "net/httpresponseheader.h"
@@ -31,5 +33,7 @@ private:
     QUrl m_redirectLocation;
     mutable FastMutex m_webMutex;
 };
+
+Q_DECLARE_METATYPE(AbstractWebServiceOperation*)
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef ABSTRACTLOCALOPERATION_H
 #define ABSTRACTLOCALOPERATION_H
 
+#include <QMetaType>
+
 #include "operations/abstractoperation.h"
 
 // An atomic operation on the local disk. Its creator fills the inputs, a
@@ -12,5 +14,7 @@ public:
     // Copies the inputs and leaves the results empty, so the copy can run again.
     AbstractLocalOperation* clone(OperationGroup* parent) const override = 0;
 };
+
+Q_DECLARE_METATYPE(AbstractLocalOperation*)
 
 #endif

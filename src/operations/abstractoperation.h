@@ -1,6 +1,8 @@
 #ifndef ABSTRACTOPERATION_H
 #define ABSTRACTOPERATION_H
 
+#include <QMetaType>
+
 #include <QAtomicInt>
 #include <QByteArray>
 #include <QCoreApplication>
@@ -168,5 +170,7 @@ private:
     QList<OpError> m_errors;
     mutable FastMutex m_mutex;
 };
+
+Q_DECLARE_METATYPE(AbstractOperation*)
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef ABSTRACTSHELLOPERATION_H
 #define ABSTRACTSHELLOPERATION_H
 
+#include <QMetaType>
+
 #include <QAtomicInt>
 
 #include "operations/operationgroup.h"
@@ -34,5 +36,7 @@ private:
     bool m_commandLineShowTag = false;
     mutable FastMutex m_shellMutex;
 };
+
+Q_DECLARE_METATYPE(AbstractShellOperation*)
 
 #endif

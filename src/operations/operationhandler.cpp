@@ -2,11 +2,16 @@
 
 #include "cloud/abstractwebserviceoperation.h"
 #include "operations/abstractlocaloperation.h"
+#include "operations/abstractshelloperation.h"
 #include "operations/localoperationrunner.h"
 
 OperationHandler::OperationHandler(QObject* parent)
     : QObject(parent)
 {
+    qRegisterMetaType<AbstractOperation*>();
+    qRegisterMetaType<AbstractShellOperation*>();
+    qRegisterMetaType<AbstractLocalOperation*>();
+    qRegisterMetaType<AbstractWebServiceOperation*>();
     // Signals emitted from other threads reach the handler's own thread queued.
     connect(this, &OperationHandler::executeWSOperation, this, &OperationHandler::slotExecuteWsOperation,
             Qt::QueuedConnection);

@@ -1,6 +1,8 @@
 #ifndef OVERWRITECONFIRMOPERATION_H
 #define OVERWRITECONFIRMOPERATION_H
 
+#include <QMetaType>
+
 #include "operations/abstractoperation.h"
 #include "util/brindlelib.h"
 
@@ -27,5 +29,7 @@ private:
     BrindleLib::OverwriteMode m_mode = BrindleLib::OverwriteAsk;
     mutable FastMutex m_modeMutex;
 };
+
+Q_DECLARE_METATYPE(OverwriteConfirmOperation*)
 
 #endif

@@ -17,6 +17,9 @@ QAtomicInt _globalRunningOperationCount;
 Shell::Shell(QObject* parent)
     : QObject(parent), m_checkTimer(new QTimer(this))
 {
+    qRegisterMetaType<AbstractOperation*>();
+    qRegisterMetaType<AbstractShellOperation*>();
+    qRegisterMetaType<OverwriteConfirmOperation*>();
     connect(this, &Shell::processBatch, this, &Shell::slotExecute, Qt::QueuedConnection);
     connect(this, &Shell::executeNextSignal, this, &Shell::executeNextOperation, Qt::QueuedConnection);
     connect(m_checkTimer, &QTimer::timeout, this, &Shell::checkForExecute);
