@@ -1,0 +1,64 @@
+#include "items/localfile.h"
+
+#include <QFileInfo>
+
+LocalFile::LocalFile(const QSharedPointer<AbstractLocalContainer>& parent, const QString& path,
+                     int nameLength, const QDateTime& lastModified, qint64 size)
+    : AbstractFile(parent), m_path{path, nameLength}, m_lastModified(lastModified), m_size(size)
+{
+}
+
+LocalFile::LocalFile(const QSharedPointer<AbstractLocalContainer>& parent, const QString& name)
+    : AbstractFile(parent), m_path(LocalPath::under(*parent, name)), m_size(0)
+{
+}
+
+LocalFile::LocalFile(const LocalFile& other)
+    : AbstractFile(other), m_path{other.path(), int(other.nameRef().size())},
+      m_lastModified(other.lastModified()), m_size(other.size())
+{
+}
+
+QSharedPointer<AbstractItem> LocalFile::clone() const
+{
+    return QSharedPointer<LocalFile>::create(*this);
+}
+
+QString LocalFile::path() const
+{
+    FastMutexLocker locker(m_mutex);
+    return m_path.path;
+}
+
+QDateTime LocalFile::lastModified() const
+{
+    FastMutexLocker locker(m_mutex);
+    return m_lastModified;
+}
+
+qint64 LocalFile::size() const
+{
+    FastMutexLocker locker(m_mutex);
+    return m_size;
+}
+
+QStringView LocalFile::nameRef() const
+{
+    FastMutexLocker locker(m_mutex);
+    return m_path.nameRef();
+}
+
+QSharedPointer<AbstractFolder> LocalFile::rootItem() const
+{
+    const QSharedPointer<AbstractFolder> folder = parent();
+    if (folder->itemType() == DriveItem)
+        return folder;
+    return folder->rootItem();
+}
+
+void LocalFile::refreshSize()
+{
+    const qint64 size = QFileInfo(path()).size();
+    FastMutexLocker locker(m_mutex);
+    m_size = size;
+}
