@@ -1,0 +1,252 @@
+#include <QtTest>
+
+#include "crypto/clientsideencryption.h"
+#include "crypto/multipart.h"
+#include "crypto/password.h"
+#include "crypto/serversideencryption.h"
+#include "crypto/storagedirective.h"
+
+class TestClientSideEncryption : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void algorithmFromString_data();
+    void algorithmFromString();
+    void algorithmFromStringRefuses_data();
+    void algorithmFromStringRefuses();
+    void description();
+    void roundTrip_data();
+    void roundTrip();
+    void fromByteArray_data();
+    void fromByteArray();
+    void defaults();
+    void copyDetaches();
+    void decryptionPasswordsKeepOrder();
+    void passwordBytesAreUtf8();
+    void storageValues();
+};
+
+namespace {
+
+const char* const global_options[] = {
+    "bf-cbc", "bf-cfb", "bf-ofb", "des-ede3-cbc", "des-ede3-cfb", "des-ede3-ofb",
+    "aes-128-cbc", "aes-192-cbc", "aes-256-cbc", "aes-128-cfb", "aes-192-cfb", "aes-256-cfb",
+    "aes-128-cfb1", "aes-192-cfb1", "aes-256-cfb1", "aes-128-cfb8", "aes-192-cfb8",
+    "aes-256-cfb8", "aes-128-ofb", "aes-192-ofb", "aes-256-ofb"};
+
+} // namespace
+
+void TestClientSideEncryption::algorithmFromString_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("algorithm");
+    for (int i = 0; i < 21; ++i) {
+        const QString option = QString::fromLatin1(global_options[i]);
+        QTest::addRow("%s", global_options[i]) << option << i;
+        QTest::addRow("%s upper", global_options[i]) << option.toUpper() << i;
+    }
+}
+
+void TestClientSideEncryption::algorithmFromString()
+{
+    QFETCH(QString, text);
+    QFETCH(int, algorithm);
+    bool ok = false;
+    QCOMPARE(int(ClientSideEncryption::algorithmFromString(text, &ok)), algorithm);
+    QVERIFY(ok);
+    QCOMPARE(int(ClientSideEncryption::algorithmFromString(text, nullptr)), algorithm);
+}
+
+void TestClientSideEncryption::algorithmFromStringRefuses_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("prefix") << "aes-256";
+    QTest::newRow("empty") << "";
+    QTest::newRow("trailing blank") << "aes-256-cbc ";
+    QTest::newRow("underscores") << "aes_256_cbc";
+    QTest::newRow("metadata name") << "AES-256 (OpenSSL aes-256-cbc)";
+    QTest::newRow("unsupported") << "aes-256-ecb";
+}
+
+void TestClientSideEncryption::algorithmFromStringRefuses()
+{
+    QFETCH(QString, text);
+    bool ok = true;
+    ClientSideEncryption::algorithmFromString(text, &ok);
+    QVERIFY(!ok);
+}
+
+void TestClientSideEncryption::description()
+{
+    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::BlowfishCfb),
+             QByteArray("Blowfish (OpenSSL bf-cfb)"));
+    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::TripleDesOfb),
+             QByteArray("Triple DES (OpenSSL des-ede3-ofb)"));
+    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::Aes192Cfb8),
+             QByteArray("192 bit AES (OpenSSL aes-192-cfb8)"));
+    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::Algorithm(21)),
+             QByteArray("Unknown"));
+    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::Algorithm(-1)),
+             QByteArray("Unknown"));
+}
+
+void TestClientSideEncryption::roundTrip_data()
+{
+    QTest::addColumn<int>("algorithm");
+    QTest::addColumn<bool>("compression");
+    for (int i = 0; i < 21; ++i) {
+        QTest::addRow("%s", global_options[i]) << i << false;
+        QTest::addRow("gzip %s", global_options[i]) << i << true;
+    }
+}
+
+// What an upload writes into the metadata, a download must read back.
+void TestClientSideEncryption::roundTrip()
+{
+    QFETCH(int, algorithm);
+    QFETCH(bool, compression);
+    ClientSideEncryption settings;
+    settings.setEncryptionEnabled(true);
+    settings.setCompressionEnabled(compression);
+    settings.setAlgorithm(ClientSideEncryption::Algorithm(algorithm));
+    const QByteArray iv = QByteArray::fromHex("00ff10203a3b3c3d3e3f404142434445");
+    const QByteArray value = settings.toByteArray() + "; " + iv.toBase64();
+
+    const auto parsed = ClientSideEncryption::fromByteArray(value);
+    QVERIFY(parsed.first.isEncryptionEnabled());
+    QCOMPARE(parsed.first.isCompressionEnabled(), compression);
+    QCOMPARE(int(parsed.first.algorithm()), algorithm);
+    QCOMPARE(parsed.second, iv);
+    QCOMPARE(parsed.first.toByteArray(), settings.toByteArray());
+}
+
+void TestClientSideEncryption::fromByteArray_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<bool>("compression");
+    QTest::addColumn<bool>("encryption");
+    QTest::addColumn<int>("algorithm");
+    QTest::addColumn<QByteArray>("iv");
+    const QByteArray iv("0123456789abcdef");
+    const QByteArray b64 = iv.toBase64();
+    QTest::newRow("full") << "gzip; AES-256 (OpenSSL aes-256-cbc); " + b64 << true << true << 8 << iv;
+    QTest::newRow("gzip only") << QByteArray("gzip") << true << false << 8 << QByteArray();
+    QTest::newRow("gzip with blank") << QByteArray("gzip; ") << true << false << 8 << QByteArray();
+    QTest::newRow("any case") << "GZIP;aes-128 (openssl AES-128-OFB) ;" + b64 << true << true << 18 << iv;
+    QTest::newRow("older triple des") << "3DES (OpenSSL des_ede3_cfb); " + b64 << false << true << 4 << iv;
+    QTest::newRow("older aes") << "AES-256 (OpenSSL aes_256_ofb); " + b64 << false << true << 20 << iv;
+    QTest::newRow("help-screen name is no metadata name")
+        << "256 bit AES (OpenSSL aes-256-cbc); " + b64 << false << false << 8 << iv;
+    // An unknown name is taken as the vector, and encryption stays off.
+    QTest::newRow("unknown name") << QByteArray("AES-512 (OpenSSL aes-512-cbc)") << false << false << 8
+                                  << QByteArray::fromBase64("AES-512 (OpenSSL aes-512-cbc)");
+    QTest::newRow("empty") << QByteArray() << false << false << 8 << QByteArray();
+}
+
+void TestClientSideEncryption::fromByteArray()
+{
+    QFETCH(QByteArray, value);
+    QFETCH(bool, compression);
+    QFETCH(bool, encryption);
+    QFETCH(int, algorithm);
+    QFETCH(QByteArray, iv);
+    const auto parsed = ClientSideEncryption::fromByteArray(value);
+    QCOMPARE(parsed.first.isCompressionEnabled(), compression);
+    QCOMPARE(parsed.first.isEncryptionEnabled(), encryption);
+    QCOMPARE(int(parsed.first.algorithm()), algorithm);
+    QCOMPARE(parsed.second, iv);
+}
+
+void TestClientSideEncryption::defaults()
+{
+    ClientSideEncryption settings;
+    QVERIFY(settings.isSalted());
+    QVERIFY(!settings.isEncryptionEnabled());
+    QVERIFY(!settings.isCompressionEnabled());
+    QCOMPARE(settings.algorithm(), ClientSideEncryption::Aes256Cbc);
+    QCOMPARE(settings.compressionLevel(), 0);
+    QVERIFY(settings.toByteArray().isEmpty());
+
+    settings.setCompressionEnabled(true);
+    QCOMPARE(settings.toByteArray(), QByteArray("gzip; "));
+    settings.setEncryptionEnabled(true);
+    QCOMPARE(settings.toByteArray(), QByteArray("gzip; AES-256 (OpenSSL aes-256-cbc)"));
+    settings.setCompressionEnabled(false);
+    settings.setAlgorithm(ClientSideEncryption::TripleDesCbc);
+    QCOMPARE(settings.toByteArray(), QByteArray("3DES (OpenSSL des-ede3-cbc)"));
+}
+
+void TestClientSideEncryption::copyDetaches()
+{
+    ClientSideEncryption original;
+    original.setEncryptionEnabled(true);
+    original.setPassword(Password::fromString(QStringLiteral("first")));
+    ClientSideEncryption copy = original;
+    copy.setSalted(false);
+    copy.setPassword(Password::fromString(QStringLiteral("second")));
+    copy.setAlgorithm(ClientSideEncryption::BlowfishCbc);
+
+    QVERIFY(original.isSalted());
+    QCOMPARE(original.password().toUtf8(), QByteArray("first"));
+    QCOMPARE(original.algorithm(), ClientSideEncryption::Aes256Cbc);
+    QVERIFY(copy.isEncryptionEnabled());
+    QCOMPARE(copy.password().toUtf8(), QByteArray("second"));
+}
+
+void TestClientSideEncryption::decryptionPasswordsKeepOrder()
+{
+    DecryptionPasswords passwords;
+    QCOMPARE(passwords.count(), 0);
+    QVERIFY(passwords.compatibilityPassword().isEmpty());
+    passwords.append(Password::fromString(QStringLiteral("b")));
+    passwords.append(Password::fromString(QStringLiteral("a")));
+    passwords.append(Password::fromString(QStringLiteral("b")));
+    DecryptionPasswords copy = passwords;
+    copy.append(Password::fromString(QStringLiteral("c")));
+
+    QCOMPARE(passwords.count(), 3);
+    QCOMPARE(passwords.at(0).toUtf8(), QByteArray("b"));
+    QCOMPARE(passwords.at(1).toUtf8(), QByteArray("a"));
+    QVERIFY(passwords.contains(Password::fromUtf8("a")));
+    QVERIFY(!passwords.contains(Password::fromUtf8("c")));
+    QCOMPARE(copy.count(), 4);
+    QVERIFY(copy.contains(Password::fromUtf8("c")));
+}
+
+void TestClientSideEncryption::passwordBytesAreUtf8()
+{
+    const QString text = QString::fromUtf8("p\u00e4ss \u20ac");
+    QCOMPARE(Password::fromString(text).toUtf8(), QByteArray("p\xc3\xa4ss \xe2\x82\xac"));
+    QCOMPARE(Password::fromUtf8("\xff\xfe").toUtf8(), QByteArray("\xff\xfe"));
+    QVERIFY(Password::fromString(text) == Password::fromUtf8(text.toUtf8()));
+    QVERIFY(Password().isEmpty());
+}
+
+void TestClientSideEncryption::storageValues()
+{
+    QVERIFY(ServerSideEncryption().isNull());
+    QVERIFY(ServerSideEncryption(ServerSideEncryption::NotRequested,
+                                 ServerSideEncryption::NoAlgorithm).isNull());
+    const ServerSideEncryption sse(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256);
+    QCOMPARE(sse.mode(), ServerSideEncryption::Enabled);
+    QCOMPARE(sse.algorithm(), ServerSideEncryption::Aes256);
+    ServerSideEncryption keep = sse;
+    keep.setMode(ServerSideEncryption::KeepExisting);
+    QCOMPARE(sse.mode(), ServerSideEncryption::Enabled);
+
+    const StorageDirective rrs(StorageDirective::SetMode, StorageDirective::ReducedRedundancyStorage);
+    QCOMPARE(rrs.mode(), StorageDirective::SetMode);
+    QCOMPARE(rrs.storageClass(), StorageDirective::ReducedRedundancyStorage);
+    QCOMPARE(StorageDirective().storageClass(), StorageDirective::StandardStorage);
+
+    Multipart multipart;
+    QCOMPARE(multipart.partSize(), qint64(1073741824));
+    QCOMPARE(multipart.directive(), Multipart::DefaultDirective);
+    Multipart copy = multipart;
+    copy.setPartSize(5);
+    QCOMPARE(multipart.partSize(), qint64(1073741824));
+    QCOMPARE(copy.partSize(), qint64(5));
+}
+
+QTEST_GUILESS_MAIN(TestClientSideEncryption)
+#include "tst_clientsideencryption.moc"

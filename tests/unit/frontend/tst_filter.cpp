@@ -1,0 +1,232 @@
+#include <QtConcurrent>
+#include <QtTest>
+
+#include "frontend/filter.h"
+#include "frontend/getfilter.h"
+#include "items/drive.h"
+#include "items/localfile.h"
+#include "items/localfolder.h"
+
+using FilterOptions = QList<QPair<QString, QString>>;
+Q_DECLARE_METATYPE(FilterOptions)
+
+class TestFilter : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void getFilterParsesOption_data();
+    void getFilterParsesOption();
+    void getFilterRefuses_data();
+    void getFilterRefuses();
+    void matching_data();
+    void matching();
+    void skip_data();
+    void skip();
+    void folderMatchesByNameAndPath();
+    void sharedAcrossThreads();
+};
+
+namespace {
+
+// A listed file at an absolute path, hanging on a chain of folders from "/".
+QSharedPointer<AbstractFile> fileAt(const QString& path)
+{
+    QSharedPointer<AbstractLocalContainer> container = QSharedPointer<Drive>::create(
+        QLatin1Char('/'), QStringLiteral("/"), QSharedPointer<MyComputer>());
+    const QStringList parts = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    for (int i = 0; i + 1 < parts.size(); ++i)
+        container = QSharedPointer<LocalFolder>::create(container, parts.at(i));
+    return QSharedPointer<LocalFile>::create(container, path, parts.last().size(), QDateTime(), 0);
+}
+
+} // namespace
+
+void TestFilter::getFilterParsesOption_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<int>("directive");
+    QTest::addColumn<int>("filterType");
+    QTest::addColumn<int>("caseSensitivity");
+    QTest::addColumn<int>("syntax");
+    const int include = AbstractFilterItem::Include, exclude = AbstractFilterItem::Exclude;
+    const int cs = Qt::CaseSensitive, ci = Qt::CaseInsensitive;
+    QTest::newRow("help form") << "--include-cs-filename" << include << 0 << cs << int(QRegExp::Wildcard);
+    QTest::newRow("defaults") << "--include-filename" << include << 0 << cs << int(QRegExp::Wildcard);
+    QTest::newRow("exclude alone") << "--exclude" << exclude << 0 << cs << int(QRegExp::Wildcard);
+    QTest::newRow("any order") << "--exclude-ci-regexp-filepath" << exclude << 1 << ci << int(QRegExp::RegExp);
+    QTest::newRow("unix wildcard") << "--include-wildcardunix-cs-filepath" << include << 1 << cs
+                                   << int(QRegExp::WildcardUnix);
+    QTest::newRow("greedy") << "--include-regexp2-filename" << include << 0 << cs << int(QRegExp::RegExp2);
+    QTest::newRow("later wins") << "--include-exclude-ci-cs-regexp-wildcard-filepath-filename"
+                                << exclude << 0 << cs << int(QRegExp::Wildcard);
+    QTest::newRow("later wins back") << "--exclude-include-regexp2-regexp-filename-filepath"
+                                     << include << 1 << cs << int(QRegExp::RegExp);
+    // The first two characters are dropped whatever they are.
+    QTest::newRow("any prefix") << "xxinclude-ci" << include << 0 << ci << int(QRegExp::Wildcard);
+}
+
+void TestFilter::getFilterParsesOption()
+{
+    QFETCH(QString, option);
+    QFETCH(int, directive);
+    QFETCH(int, filterType);
+    QFETCH(int, caseSensitivity);
+    QFETCH(int, syntax);
+    const QString value = QStringLiteral("-starts with a dash*");
+    const auto item = getFilter(option, value);
+    QVERIFY(item);
+    QCOMPARE(int(item->directive()), directive);
+    QCOMPARE(item->filterType(), filterType);
+    const QRegExp regExp = item.staticCast<RegExpFilterItem>()->regExp();
+    QCOMPARE(regExp.pattern(), value);
+    QCOMPARE(int(regExp.caseSensitivity()), caseSensitivity);
+    QCOMPARE(int(regExp.patternSyntax()), syntax);
+}
+
+void TestFilter::getFilterRefuses_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::newRow("upper-case part") << "--INCLUDE-cs-filename";
+    QTest::newRow("upper-case later part") << "--include-CI-filename";
+    QTest::newRow("trailing dash") << "--include-";
+    QTest::newRow("double dash") << "--include--filename";
+    QTest::newRow("unknown part") << "--include-glob-filename";
+    QTest::newRow("plural") << "--include-filenames";
+    QTest::newRow("nothing after prefix") << "--";
+}
+
+void TestFilter::getFilterRefuses()
+{
+    QFETCH(QString, option);
+    QVERIFY(getFilter(option, QStringLiteral("*")).isNull());
+}
+
+void TestFilter::matching_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("matches");
+    const QString txt = QStringLiteral("/home/robin/docs/A.TXT");
+    QTest::newRow("case-sensitive wildcard") << "--include-cs-filename" << "*.txt" << txt << false;
+    QTest::newRow("case-insensitive wildcard") << "--include-ci-filename" << "*.txt" << txt << true;
+    QTest::newRow("question mark is one character") << "--include-filename" << "?.TXT" << txt << true;
+    QTest::newRow("question mark not two") << "--include-filename" << "?.TXT" << "/x/AB.TXT" << false;
+    QTest::newRow("set") << "--include-filename" << "[ab].txt" << "/x/b.txt" << true;
+    QTest::newRow("outside set") << "--include-filename" << "[ab].txt" << "/x/c.txt" << false;
+    QTest::newRow("unix escape literal") << "--include-wildcardunix-filename" << "a\\*b" << "/x/a*b" << true;
+    QTest::newRow("unix escape no wildcard") << "--include-wildcardunix-filename" << "a\\*b" << "/x/axb" << false;
+    QTest::newRow("plain wildcard has no escape") << "--include-wildcard-filename" << "a\\*b" << "/x/a*b" << false;
+    QTest::newRow("regexp") << "--include-regexp-filename" << "A\\.[A-Z]+" << txt << true;
+    QTest::newRow("regexp must match whole name") << "--include-regexp-filename" << "TXT" << txt << false;
+    QTest::newRow("regexp dot is any") << "--include-regexp-filename" << "A.TXT" << "/x/AxTXT" << true;
+    QTest::newRow("wildcard dot is literal") << "--include-filename" << "A.TXT" << "/x/AxTXT" << false;
+    QTest::newRow("greedy regexp") << "--include-regexp2-filename" << "(a|b)+\\.c" << "/x/abba.c" << true;
+    QTest::newRow("name never holds the path") << "--include-filename" << "docs/*" << txt << false;
+    QTest::newRow("path must match from start") << "--include-filepath" << "docs/*" << txt << false;
+    QTest::newRow("path with leading star") << "--include-filepath" << "*docs/*" << txt << true;
+    QTest::newRow("path star crosses folders") << "--include-filepath" << "/home*.TXT" << txt << true;
+    QTest::newRow("path case") << "--include-filepath" << "*/DOCS/*" << txt << false;
+    QTest::newRow("path any case") << "--include-ci-filepath" << "*/DOCS/*" << txt << true;
+}
+
+void TestFilter::matching()
+{
+    QFETCH(QString, option);
+    QFETCH(QString, pattern);
+    QFETCH(QString, path);
+    QFETCH(bool, matches);
+    const auto item = getFilter(option, pattern);
+    QVERIFY(item);
+    QCOMPARE(item->match(fileAt(path)), matches);
+    // A second try on the same item gives the same answer.
+    QCOMPARE(item->match(fileAt(path)), matches);
+}
+
+void TestFilter::skip_data()
+{
+    QTest::addColumn<FilterOptions>("options");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("skipped");
+    const QString inc = QStringLiteral("--include-filename");
+    const QString exc = QStringLiteral("--exclude-filename");
+    const QString txt = QStringLiteral("/d/a.txt");
+    const QString log = QStringLiteral("/d/b.log");
+    QTest::newRow("no filters") << FilterOptions() << txt << false;
+    QTest::newRow("exclusion matches") << FilterOptions{{exc, "*.txt"}} << txt << true;
+    QTest::newRow("exclusion misses") << FilterOptions{{exc, "*.txt"}} << log << false;
+    QTest::newRow("inclusion matches") << FilterOptions{{inc, "*.txt"}} << txt << false;
+    QTest::newRow("inclusion misses") << FilterOptions{{inc, "*.txt"}} << log << true;
+    QTest::newRow("second inclusion matches") << FilterOptions{{inc, "*.c"}, {inc, "*.log"}} << log << false;
+    QTest::newRow("exclusion wins though later")
+        << FilterOptions{{inc, "*.txt"}, {exc, "a.*"}} << txt << true;
+    QTest::newRow("exclusion wins when first")
+        << FilterOptions{{exc, "a.*"}, {inc, "*.txt"}} << txt << true;
+    QTest::newRow("both, only inclusion matches")
+        << FilterOptions{{exc, "z*"}, {inc, "*.txt"}} << txt << false;
+    QTest::newRow("both, neither matches") << FilterOptions{{exc, "z*"}, {inc, "*.txt"}} << log << true;
+    QTest::newRow("path exclusion")
+        << FilterOptions{{QStringLiteral("--exclude-filepath"), "/d/*"}} << txt << true;
+}
+
+void TestFilter::skip()
+{
+    QFETCH(FilterOptions, options);
+    QFETCH(QString, path);
+    QFETCH(bool, skipped);
+    Filter filter;
+    for (const auto& option : options)
+        filter.append(getFilter(option.first, option.second));
+    QCOMPARE(filter.itemCount(), int(options.size()));
+    QCOMPARE(filter.isEmpty(), options.isEmpty());
+    QCOMPARE(filter.skip(fileAt(path)), skipped);
+    // A copy carries the same items; adding to it leaves the original alone.
+    Filter copy = filter;
+    copy.append(getFilter(QStringLiteral("--exclude-filename"), QStringLiteral("*")));
+    QCOMPARE(filter.skip(fileAt(path)), skipped);
+    QVERIFY(copy.skip(fileAt(path)));
+}
+
+void TestFilter::folderMatchesByNameAndPath()
+{
+    const auto drive = QSharedPointer<Drive>::create(QLatin1Char('/'), QStringLiteral("/"),
+                                                     QSharedPointer<MyComputer>());
+    const QSharedPointer<AbstractItem> folder =
+        QSharedPointer<LocalFolder>::create(QSharedPointer<LocalFolder>::create(drive, "src"), "lib");
+    QVERIFY(getFilter(QStringLiteral("--include-filename"), QStringLiteral("l?b"))->match(folder));
+    QVERIFY(getFilter(QStringLiteral("--include-filepath"), QStringLiteral("/src/lib"))->match(folder));
+    QVERIFY(!getFilter(QStringLiteral("--include-filepath"), QStringLiteral("lib"))->match(folder));
+    QVERIFY(!getFilter(QStringLiteral("--include-filename"), QStringLiteral("*"))
+                 ->match(QSharedPointer<AbstractItem>()));
+}
+
+// Listings on several handler threads ask one filter at once.
+void TestFilter::sharedAcrossThreads()
+{
+    Filter filter;
+    filter.append(getFilter(QStringLiteral("--exclude-regexp-filename"), QStringLiteral("(x|y)+\\.tmp")));
+    filter.append(getFilter(QStringLiteral("--include-ci-filepath"), QStringLiteral("*/KEEP/*")));
+    const QList<QPair<QSharedPointer<AbstractFile>, bool>> cases = {
+        {fileAt(QStringLiteral("/keep/a.txt")), false},
+        {fileAt(QStringLiteral("/keep/xyxy.tmp")), true},
+        {fileAt(QStringLiteral("/other/a.txt")), true},
+        {fileAt(QStringLiteral("/Keep/deep/b")), false},
+    };
+    auto work = [&] {
+        int wrong = 0;
+        for (int i = 0; i < 4000; ++i) {
+            const auto& entry = cases.at(i % cases.size());
+            if (filter.skip(entry.first) != entry.second)
+                ++wrong;
+        }
+        return wrong;
+    };
+    QList<QFuture<int>> runs;
+    for (int i = 0; i < 4; ++i)
+        runs.append(QtConcurrent::run(work));
+    for (auto& run : runs)
+        QCOMPARE(run.result(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestFilter)
+#include "tst_filter.moc"

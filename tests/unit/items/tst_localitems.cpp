@@ -1,0 +1,259 @@
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "items/drive.h"
+#include "items/localfile.h"
+#include "items/localfolder.h"
+#include "items/mycomputer.h"
+
+class TestLocalItems : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void itemTypeToString_data();
+    void itemTypeToString();
+    void concatPath_data();
+    void concatPath();
+    void childPathsAndNames();
+    void rootFolderDisplaysWholePath();
+    void nameSharesPathStorage_data();
+    void nameSharesPathStorage();
+    void fileKeepsParentChainAlive();
+    void rootItemIsTheDrive();
+    void driveChildHangsOnDriveCopy();
+    void acceptCopyFrom();
+    void refreshSizeReadsFileSystem();
+    void myComputerCloneKeepsName();
+};
+
+namespace {
+
+QSharedPointer<Drive> rootDrive()
+{
+    return QSharedPointer<Drive>::create(QLatin1Char('/'), QStringLiteral("/"),
+                                         QSharedPointer<MyComputer>());
+}
+
+// A folder that refuses writes, as a mounted read-only medium would.
+class ReadOnlyFolder : public LocalFolder
+{
+public:
+    using LocalFolder::LocalFolder;
+    bool isReadOnly() const override { return true; }
+};
+
+QSharedPointer<LocalFolder> folderUnder(const QSharedPointer<AbstractLocalContainer>& parent,
+                                        const QString& name)
+{
+    return QSharedPointer<LocalFolder>::create(parent, name);
+}
+
+} // namespace
+
+void TestLocalItems::itemTypeToString_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("invisible root") << 0 << "InvisibleRoot";
+    QTest::newRow("drive") << 2 << "DriveItem";
+    QTest::newRow("local file") << 4 << "LocalFileItem";
+    QTest::newRow("cloud folder") << 7 << "CloudFolderItem";
+    QTest::newRow("dot dot") << 9 << "DotDotItem";
+    QTest::newRow("below range") << -1 << "";
+    QTest::newRow("above range") << 10 << "";
+}
+
+void TestLocalItems::itemTypeToString()
+{
+    QFETCH(int, type);
+    QFETCH(QString, text);
+    QCOMPARE(AbstractItem::itemTypeToString(AbstractItem::ItemType(type)), text);
+}
+
+void TestLocalItems::concatPath_data()
+{
+    QTest::addColumn<QChar>("delimiter");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("joined");
+    QTest::newRow("root") << QChar('/') << "/" << "a" << "/a";
+    QTest::newRow("plain") << QChar('/') << "/home" << "a" << "/home/a";
+    QTest::newRow("trailing delimiter") << QChar('/') << "/home/" << "a" << "/home/a";
+    QTest::newRow("other delimiter") << QChar('\\') << "C:\\x" << "a" << "C:\\x\\a";
+    QTest::newRow("foreign trailing") << QChar('\\') << "/x/" << "a" << "/x/\\a";
+    QTest::newRow("empty path") << QChar('/') << "" << "a" << "/a";
+}
+
+void TestLocalItems::concatPath()
+{
+    QFETCH(QChar, delimiter);
+    QFETCH(QString, path);
+    QFETCH(QString, name);
+    QFETCH(QString, joined);
+    QCOMPARE(AbstractLocalContainer::concatPath(delimiter, path, name), joined);
+}
+
+void TestLocalItems::childPathsAndNames()
+{
+    const auto home = folderUnder(rootDrive(), QStringLiteral("home"));
+    const auto robin = folderUnder(home, QStringLiteral("robin"));
+    LocalFile file(robin, QStringLiteral("notes.txt"));
+
+    QCOMPARE(home->path(), QStringLiteral("/home"));
+    QCOMPARE(robin->path(), QStringLiteral("/home/robin"));
+    QCOMPARE(robin->name(), QStringLiteral("robin"));
+    QCOMPARE(robin->displayName(), QStringLiteral("robin"));
+    QCOMPARE(robin->delimiter(), QChar('/'));
+    QCOMPARE(file.path(), QStringLiteral("/home/robin/notes.txt"));
+    QCOMPARE(file.name(), QStringLiteral("notes.txt"));
+    QCOMPARE(file.url(), QUrl(QStringLiteral("file:///home/robin/notes.txt")));
+    QVERIFY(!file.lastModified().isValid());
+}
+
+void TestLocalItems::rootFolderDisplaysWholePath()
+{
+    LocalFolder root(rootDrive(), QStringLiteral("/"), 0);
+    QCOMPARE(root.displayName(), QStringLiteral("/"));
+    QCOMPARE(root.name(), QString());
+}
+
+void TestLocalItems::nameSharesPathStorage_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("ascii") << "report.pdf";
+    // A division slash looks like the delimiter but is a character of the name.
+    QTest::newRow("delimiter look-alike") << QString::fromUtf8("a\u2215b.txt");
+    QTest::newRow("one character") << "x";
+}
+
+void TestLocalItems::nameSharesPathStorage()
+{
+    QFETCH(QString, name);
+    const QString path = QStringLiteral("/data/") + name;
+    const auto data = folderUnder(rootDrive(), QStringLiteral("data"));
+    LocalFile file(data, path, name.size(), QDateTime::currentDateTime(), 12);
+    LocalFolder folder(data, path, name.size());
+
+    QCOMPARE(file.nameRef(), QStringView(name));
+    QCOMPARE(folder.nameRef(), QStringView(name));
+    // The view points into the stored path, not at a copy.
+    const QString stored = file.path();
+    QCOMPARE(file.nameRef().data(), stored.constData() + stored.size() - name.size());
+    const QString storedFolder = folder.path();
+    QCOMPARE(folder.nameRef().data(), storedFolder.constData() + storedFolder.size() - name.size());
+}
+
+void TestLocalItems::fileKeepsParentChainAlive()
+{
+    QWeakPointer<Drive> weakDrive;
+    QWeakPointer<LocalFolder> weakFolder;
+    QSharedPointer<LocalFile> file;
+    {
+        const auto drive = rootDrive();
+        const auto folder = folderUnder(folderUnder(drive, QStringLiteral("a")), QStringLiteral("b"));
+        weakDrive = drive;
+        weakFolder = folder;
+        file = QSharedPointer<LocalFile>::create(folder, QStringLiteral("c"));
+    }
+    QVERIFY(!weakFolder.isNull());
+    QVERIFY(!weakDrive.isNull());
+    QCOMPARE(file->parent()->path(), QStringLiteral("/a/b"));
+
+    // A clone shares the parent, and keeps the chain alive on its own.
+    QSharedPointer<AbstractItem> copy = file->clone();
+    QCOMPARE(copy.staticCast<LocalFile>()->parent(), file->parent());
+    file.reset();
+    QVERIFY(!weakDrive.isNull());
+    copy.reset();
+    QVERIFY(weakFolder.isNull());
+    QVERIFY(weakDrive.isNull());
+}
+
+void TestLocalItems::rootItemIsTheDrive()
+{
+    const auto drive = rootDrive();
+    const auto deep = folderUnder(folderUnder(folderUnder(drive, "x"), "y"), "z");
+    LocalFile file(deep, QStringLiteral("f"));
+    LocalFile top(drive, QStringLiteral("g"));
+
+    QCOMPARE(deep->rootItem().data(), drive.data());
+    QCOMPARE(file.rootItem().data(), drive.data());
+    QCOMPARE(top.rootItem().data(), drive.data());
+    QCOMPARE(drive->rootItem()->itemType(), AbstractItem::DriveItem);
+    QVERIFY(drive->rootItem().data() != drive.data());
+}
+
+void TestLocalItems::driveChildHangsOnDriveCopy()
+{
+    Drive drive(QLatin1Char('/'), QStringLiteral("/media/usb"), QSharedPointer<MyComputer>());
+    drive.setShortcut(true);
+    QScopedPointer<LocalFile> file(drive.childFile(QStringLiteral("a.txt")));
+    QScopedPointer<LocalFolder> folder(drive.childContainer(QStringLiteral("dir")));
+
+    QCOMPARE(file->path(), QStringLiteral("/media/usb/a.txt"));
+    QCOMPARE(folder->path(), QStringLiteral("/media/usb/dir"));
+    const auto parent = file->parent().staticCast<Drive>();
+    QVERIFY(parent.data() != &drive);
+    QVERIFY(parent->isShortcut());
+    QCOMPARE(parent->url(), drive.url());
+}
+
+void TestLocalItems::acceptCopyFrom()
+{
+    const auto drive = rootDrive();
+    const auto target = folderUnder(drive, QStringLiteral("target"));
+    const auto elsewhere = folderUnder(drive, QStringLiteral("elsewhere"));
+    const QSharedPointer<AbstractItem> outsideFile =
+        QSharedPointer<LocalFile>::create(elsewhere, QStringLiteral("f"));
+    const QSharedPointer<AbstractItem> insideFile =
+        QSharedPointer<LocalFile>::create(target, QStringLiteral("f"));
+    const QSharedPointer<AbstractItem> insideFolder = folderUnder(target, QStringLiteral("sub"));
+
+    QVERIFY(target->acceptCopyFrom(outsideFile));
+    QVERIFY(target->acceptCopyFrom(elsewhere));
+    QVERIFY(!target->acceptCopyFrom(QSharedPointer<AbstractItem>()));
+    QVERIFY(!target->acceptCopyFrom(target));
+    // A different item with the same URL counts as the same item.
+    QVERIFY(!target->acceptCopyFrom(target->clone()));
+    QVERIFY(!target->acceptCopyFrom(insideFile));
+    QVERIFY(!target->acceptCopyFrom(insideFolder));
+    QVERIFY(!target->acceptCopyFrom(drive));
+    // A drive takes whatever has another URL; its own child too.
+    QVERIFY(drive->acceptCopyFrom(insideFile));
+    QVERIFY(!drive->acceptCopyFrom(drive->clone()));
+
+    ReadOnlyFolder readOnly(drive, QStringLiteral("ro"));
+    QVERIFY(!readOnly.acceptCopyFrom(outsideFile));
+}
+
+void TestLocalItems::refreshSizeReadsFileSystem()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    QFile out(dir.filePath(QStringLiteral("five")));
+    QVERIFY(out.open(QIODevice::WriteOnly));
+    out.write("12345");
+    out.close();
+
+    const auto drive = rootDrive();
+    const auto folder = QSharedPointer<LocalFolder>::create(drive, dir.path(),
+                                                            QFileInfo(dir.path()).fileName().size());
+    LocalFile file(folder, QStringLiteral("five"));
+    file.refreshSize();
+    QCOMPARE(file.size(), qint64(5));
+}
+
+void TestLocalItems::myComputerCloneKeepsName()
+{
+    MyComputer computer;
+    computer.setDisplayName(QStringLiteral("box"));
+    const QSharedPointer<AbstractItem> copy = computer.clone();
+    computer.setDisplayName(QStringLiteral("other"));
+    QCOMPARE(copy->displayName(), QStringLiteral("box"));
+    QCOMPARE(copy->itemType(), AbstractItem::MyComputerItem);
+    // Its scheme holds a "_", which QUrl refuses: no drive can ever equal it.
+    QVERIFY(copy->url() != rootDrive()->url());
+}
+
+QTEST_GUILESS_MAIN(TestLocalItems)
+#include "tst_localitems.moc"
