@@ -5,7 +5,7 @@
 
 #include <QUrl>
 
-#include "net/httpresponseheader.h"
+#include "net/httpheader.h"
 #include "operations/abstractoperation.h"
 
 // One request to a web service, carried out by a handler's HTTP client.

@@ -1,8 +1,7 @@
 #include "operations/webretrypolicy.h"
 
 #include "cloud/abstractwebserviceoperation.h"
-#include "net/httpresponseheader.h"
-#include "net/timeoffset.h"
+#include "net/httpheader.h"
 #include "util/brindlelib.h"
 
 namespace WebRetryPolicy {
@@ -46,9 +45,6 @@ Decision decide(AbstractWebServiceOperation* op)
         return Retry;
     const int status = header.statusCode();
     if (!error.isNull() && isRetriableAnswer(status, error.code())) {
-        // The clone is signed anew, with the corrected clock.
-        if (status == 403)
-            BrindleLib::setTimeOffset(TimeOffset::computeTimeOffset());
         return Retry;
     }
     if (status >= 300 && status <= 399)
