@@ -1,0 +1,24 @@
+#ifndef DELETELOCALFILEATOMICOPERATION_H
+#define DELETELOCALFILEATOMICOPERATION_H
+
+#include <QSharedPointer>
+
+#include "items/abstractfile.h"
+#include "operations/abstractlocaloperation.h"
+
+// Removes one local file. A file that is already gone is a failure.
+class DeleteLocalFileAtomicOperation : public AbstractLocalOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(DeleteLocalFileAtomicOperation)
+
+public:
+    DeleteLocalFileAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file);
+
+    int type() const override { return DeleteLocalFileAtomicType; }
+    QString name() const override { return tr("Delete file"); }
+    DeleteLocalFileAtomicOperation* clone(OperationGroup* parent) const override;
+
+    QSharedPointer<AbstractFile> file;
+};
+
+#endif

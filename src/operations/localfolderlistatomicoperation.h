@@ -1,0 +1,40 @@
+#ifndef LOCALFOLDERLISTATOMICOPERATION_H
+#define LOCALFOLDERLISTATOMICOPERATION_H
+
+#include <QList>
+#include <QSharedPointer>
+
+#include "frontend/filter.h"
+#include "items/abstractfile.h"
+#include "items/abstractlocalcontainer.h"
+#include "operations/abstractlocaloperation.h"
+#include "util/brindlelib.h"
+
+// Lists a local folder, one level or the whole subtree, in the order of the
+// file system. The filter applies to files only: every folder is listed.
+class LocalFolderListAtomicOperation : public AbstractLocalOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(LocalFolderListAtomicOperation)
+
+public:
+    LocalFolderListAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractLocalContainer>& folder,
+                                   BrindleLib::EntryListMode mode, bool includeHidden, bool includeSystem,
+                                   bool ignoreSymLinks, const Filter& filter);
+
+    int type() const override { return LocalFolderListAtomicType; }
+    QString name() const override { return tr("List"); }
+    LocalFolderListAtomicOperation* clone(OperationGroup* parent) const override;
+
+    // Inputs.
+    QSharedPointer<AbstractLocalContainer> folder;
+    BrindleLib::EntryListMode mode;
+    bool includeHidden;
+    bool includeSystem;
+    bool ignoreSymLinks;
+    Filter filter;
+    // Results. In a subtree listing a folder's descendants follow it directly.
+    QList<QSharedPointer<AbstractFile>> files;
+    QList<QSharedPointer<AbstractFolder>> folders;
+};
+
+#endif

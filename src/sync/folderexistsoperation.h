@@ -1,0 +1,27 @@
+#ifndef FOLDEREXISTSOPERATION_H
+#define FOLDEREXISTSOPERATION_H
+
+#include <QSharedPointer>
+
+#include "items/abstractfolder.h"
+#include "operations/operationgroup.h"
+
+// Whether a folder is there, on either side.
+class FolderExistsOperation : public OperationGroup
+{
+    Q_DECLARE_TR_FUNCTIONS(FolderExistsOperation)
+
+public:
+    FolderExistsOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder);
+
+    int type() const override { return FolderExistsType; }
+    QString name() const override { return tr("Check folder exists"); }
+
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+    QSharedPointer<AbstractFolder> folder;
+    bool exists = false;
+};
+
+#endif

@@ -1,0 +1,43 @@
+#ifndef SHELLCREATEFOLDEROPERATION_H
+#define SHELLCREATEFOLDEROPERATION_H
+
+#include <QSharedPointer>
+
+#include "items/abstractfolder.h"
+#include "operations/abstractshelloperation.h"
+
+// Creates one folder, on either side.
+class ShellCreateFolderOperation : public AbstractShellOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(ShellCreateFolderOperation)
+
+public:
+    ShellCreateFolderOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& parentFolder,
+                               const QString& name, bool exclusive);
+
+    int type() const override { return ShellCreateFolderType; }
+    QString name() const override { return tr("Create folder"); }
+    QString sourceDisplayPath() const override { return QString(); }
+    // Known once the folder is made.
+    QString destinationDisplayPath() const override;
+    bool isEffectiveOperation() const override { return true; }
+    // Work in a new local folder can't start before the folder exists.
+    bool createsLocalFolder() const override;
+
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+    bool createdFromGui() const { return m_createdFromGui; }
+    void setCreatedFromGui(bool fromGui) { m_createdFromGui = fromGui; }
+
+    // Where to create. The operation's own parent() is taken, hence the longer name.
+    QSharedPointer<AbstractFolder> parentFolder;
+    QSharedPointer<AbstractFolder> createdFolder;
+    QString folderName;
+    bool exclusive;
+
+private:
+    bool m_createdFromGui = false;
+};
+
+#endif

@@ -1,0 +1,50 @@
+#include "sync/shelllistfolderoperation.h"
+
+#include "items/abstractlocalcontainer.h"
+#include "operations/localfolderlistatomicoperation.h"
+
+ShellListFolderOperation::ShellListFolderOperation(OperationGroup* parent,
+                                                   const QSharedPointer<AbstractFolder>& folder,
+                                                   BrindleLib::EntryListMode entryListMode,
+                                                   BrindleLib::ListVersionMode listVersionMode,
+                                                   bool includeHidden, bool includeSystem,
+                                                   bool ignoreSymLinks, const Filter& filter)
+    : AbstractShellOperation(parent), folder(folder), entryListMode(entryListMode),
+      listVersionMode(listVersionMode), includeHidden(includeHidden), includeSystem(includeSystem),
+      ignoreSymLinks(ignoreSymLinks), filter(filter)
+{
+}
+
+void ShellListFolderOperation::prepareFirstOperation()
+{
+    switch (folder->fileSystemClass()) {
+    case AbstractFS::LocalClass:
+        append(new LocalFolderListAtomicOperation(this, folder.staticCast<AbstractLocalContainer>(),
+                                                  entryListMode, includeHidden, includeSystem,
+                                                  ignoreSymLinks, filter));
+        break;
+    case AbstractFS::CloudClass:
+        // Buckets and cloud folders are listed by the web listing group,
+        // which this build does not have yet.
+        break;
+    }
+}
+
+bool ShellListFolderOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (AbstractShellOperation::prepareNextOperation(child))
+        return true;
+    if (child->type() == LocalFolderListAtomicType) {
+        auto* listing = static_cast<LocalFolderListAtomicOperation*>(child);
+        files = std::exchange(listing->files, {});
+        folders = std::exchange(listing->folders, {});
+        return true;
+    }
+    return false;
+}
+
+void ShellListFolderOperation::clearList()
+{
+    files = QList<QSharedPointer<AbstractFile>>();
+    folders = QList<QSharedPointer<AbstractFolder>>();
+}
