@@ -1,7 +1,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
-#include "operations/shell.h"
+#include "shellrunner.h"
 #include "testoperations.h"
 
 // The scheduler with real handler threads and the event loop.
@@ -16,28 +16,6 @@ private Q_SLOTS:
     void barrierReleasedByFinishingSibling();
     void nestedShellOperationsReportedInnermostFirst();
 };
-
-namespace {
-// Runs `root` on a shell with `threads` handlers until it finishes.
-bool runShell(AbstractShellOperation* root, int threads, QList<AbstractShellOperation*>* finished = nullptr)
-{
-    Shell shell;
-    shell.setMaxConcurrentOperations(threads);
-    bool done = false;
-    QObject::connect(&shell, &Shell::shellOperationFinished, [&](AbstractShellOperation* op) {
-        if (finished)
-            finished->append(op);
-        if (op == root)
-            done = true;
-    });
-    shell.execute(root);
-    QElapsedTimer timer;
-    timer.start();
-    while (!done && timer.elapsed() < 20000)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return done;
-}
-} // namespace
 
 void TestShell::concurrencyFollowsThreadCount_data()
 {
