@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QUrlQuery>
 
 #include "items/amazons3account.h"
 #include "items/cloudianaccount.h"
@@ -9,10 +10,16 @@
 #include "items/constantaccount.h"
 #include "items/googlestorageaccount.h"
 #include "items/greenqloudaccount.h"
+#include "items/gsbucket.h"
+#include "items/gsfile.h"
+#include "items/gsfolder.h"
 #include "items/localfile.h"
 #include "items/localfolder.h"
 #include "items/niftyaccount.h"
 #include "items/others3account.h"
+#include "items/s3bucket.h"
+#include "items/s3file.h"
+#include "items/s3folder.h"
 #include "items/url.h"
 
 namespace {
@@ -61,6 +68,44 @@ CloudPath splitCloudPath(const QString& path)
         parts.bucket.truncate(colon);
     }
     return parts;
+}
+
+// The bucket and key that an http(s) URL names, and the endpoint it is on.
+struct WSLocation
+{
+    QString bucket;
+    QString key;
+    QSharedPointer<Endpoint> endpoint;
+};
+
+WSLocation locate(const QString& host, const QString& path,
+                  const QList<QSharedPointer<Endpoint>>& endpoints)
+{
+    const QString relative = path.startsWith(QLatin1Char('/')) ? path.mid(1) : path;
+    for (const QSharedPointer<Endpoint>& endpoint : endpoints) {
+        const QString hostName = endpoint->hostName();
+        if (host == hostName) {
+            const qsizetype slash = relative.indexOf(QLatin1Char('/'));
+            if (slash < 0)
+                return {relative, QString(), endpoint};
+            return {relative.left(slash), relative.mid(slash + 1), endpoint};
+        }
+        if (host.endsWith(QLatin1Char('.') + hostName))
+            return {host.left(host.size() - hostName.size() - 1), relative, endpoint};
+    }
+    // A host of no known endpoint: its first label is the bucket.
+    const qsizetype dot = host.indexOf(QLatin1Char('.'));
+    const QString rest = dot < 0 ? QString() : host.mid(dot + 1);
+    return {host.left(dot), relative, QSharedPointer<S3Endpoint>::create(rest)};
+}
+
+// A URL reduced to what tells a bucket apart: scheme, host and port.
+QUrl bucketAddress(QUrl url, const QString& scheme)
+{
+    url.setScheme(scheme);
+    url.setPath(QStringLiteral("/"));
+    url.setQuery(QString());
+    return url;
 }
 
 } // namespace
@@ -170,6 +215,102 @@ void Driver::createAccountUsers(const QSharedPointer<AbstractAccount>& account)
     Q_UNUSED(account);
 }
 
+QSharedPointer<AbstractBucket> Driver::createBucketItem(const QString& name,
+                                                        const QDateTime& creationDate,
+                                                        const QSharedPointer<AbstractAccount>& account)
+{
+    const QChar delimiter = QLatin1Char('/');
+    switch (account ? account->fileSystemType() : AbstractFS::LocalFileSystem) {
+    case AbstractFS::S3FileSystem:
+        return QSharedPointer<S3Bucket>::create(delimiter, name, creationDate,
+                                                account.staticCast<AmazonS3Account>());
+    case AbstractFS::GSFileSystem:
+        return QSharedPointer<GSBucket>::create(delimiter, name, creationDate,
+                                                account.staticCast<GoogleStorageAccount>());
+    default:
+        return QSharedPointer<AbstractBucket>();
+    }
+}
+
+QSharedPointer<AbstractWSFolder> Driver::createFolder(const QString& key,
+                                                      const QSharedPointer<AbstractS3Folder>& parent,
+                                                      const QByteArray& versionId,
+                                                      bool commonPrefix)
+{
+    switch (parent ? parent->fileSystemType() : AbstractFS::LocalFileSystem) {
+    case AbstractFS::S3FileSystem:
+        return QSharedPointer<S3Folder>::create(key, parent, versionId, commonPrefix);
+    case AbstractFS::GSFileSystem:
+        return QSharedPointer<GSFolder>::create(key, parent, versionId, commonPrefix);
+    default:
+        return QSharedPointer<AbstractWSFolder>();
+    }
+}
+
+QSharedPointer<AbstractCloudFile> Driver::createFile(
+    const QString& key, qint64 size, const QDateTime& lastModified, const QByteArray& md5,
+    const QSharedPointer<AbstractS3Folder>& parent, bool latest, const QByteArray& versionId,
+    const QSharedPointer<AbstractUser>& owner, StorageDirective::StorageClass storageClass)
+{
+    const QDateTime local = lastModified.toLocalTime();
+    switch (parent ? parent->fileSystemType() : AbstractFS::LocalFileSystem) {
+    case AbstractFS::S3FileSystem:
+        return QSharedPointer<S3File>::create(key, size, local, md5, parent, latest, versionId,
+                                              owner, storageClass);
+    case AbstractFS::GSFileSystem:
+        return QSharedPointer<GSFile>::create(key, size, local, md5, parent, latest, versionId,
+                                              owner, storageClass);
+    default:
+        return QSharedPointer<AbstractCloudFile>();
+    }
+}
+
+QSharedPointer<AbstractWSFolder> Driver::createChildFolder(
+    const QSharedPointer<AbstractS3Folder>& parent, const QString& name)
+{
+    switch (parent ? parent->fileSystemType() : AbstractFS::LocalFileSystem) {
+    case AbstractFS::S3FileSystem:
+        return QSharedPointer<S3Folder>::create(parent, name);
+    case AbstractFS::GSFileSystem:
+        return QSharedPointer<GSFolder>::create(parent, name);
+    default:
+        return QSharedPointer<AbstractWSFolder>();
+    }
+}
+
+QSharedPointer<AbstractCloudFile> Driver::createChildFile(
+    const QSharedPointer<AbstractS3Folder>& parent, const QString& name)
+{
+    switch (parent ? parent->fileSystemType() : AbstractFS::LocalFileSystem) {
+    case AbstractFS::S3FileSystem:
+        return QSharedPointer<S3File>::create(parent, name);
+    case AbstractFS::GSFileSystem:
+        return QSharedPointer<GSFile>::create(parent, name);
+    default:
+        return QSharedPointer<AbstractCloudFile>();
+    }
+}
+
+QSharedPointer<AbstractFolder> Driver::createChildFolder(
+    const QSharedPointer<AbstractFolder>& parent, const QString& name)
+{
+    if (!parent)
+        return QSharedPointer<AbstractFolder>();
+    if (parent->fileSystemClass() == AbstractFS::LocalClass)
+        return createChildFolder(parent.staticCast<AbstractLocalContainer>(), name);
+    return createChildFolder(parent.staticCast<AbstractS3Folder>(), name);
+}
+
+QSharedPointer<AbstractFile> Driver::createChildFile(const QSharedPointer<AbstractFolder>& parent,
+                                                     const QString& name)
+{
+    if (!parent)
+        return QSharedPointer<AbstractFile>();
+    if (parent->fileSystemClass() == AbstractFS::LocalClass)
+        return createChildFile(parent.staticCast<AbstractLocalContainer>(), name);
+    return createChildFile(parent.staticCast<AbstractS3Folder>(), name);
+}
+
 QSharedPointer<LocalFolder> Driver::createChildFolder(
     const QSharedPointer<AbstractLocalContainer>& parent, const QString& name)
 {
@@ -240,14 +381,32 @@ int Driver::explicitPort(int optionPort, const QStringList& displayPaths)
     return optionPort;
 }
 
+QUrl Driver::makeUrl(const QString& bucket, BrindleLib::Protocol protocol,
+                     const QSharedPointer<Endpoint>& endpoint)
+{
+    QUrl url;
+    url.setScheme(protocol == BrindleLib::ProtocolHttps ? QStringLiteral("https")
+                                                        : QStringLiteral("http"));
+    const QString hostName = endpoint ? endpoint->hostName() : QString();
+    if (Url::isDnsCompatible(bucket)) {
+        url.setHost(bucket + QLatin1Char('.') + hostName);
+        url.setPath(QStringLiteral("/"));
+    } else {
+        url.setHost(hostName);
+        url.setPath(QLatin1Char('/') + bucket + QLatin1Char('/'), QUrl::TolerantMode);
+    }
+    return url;
+}
+
 QSharedPointer<AbstractItem> Driver::itemFromUrl(const QUrl& url,
                                                  const QList<QSharedPointer<AbstractFolder>>& roots,
                                                  const QList<QSharedPointer<Endpoint>>& endpoints)
 {
-    Q_UNUSED(endpoints);
     const QString scheme = url.scheme();
     if (scheme == QLatin1String("file"))
         return itemFromLocalUrl(url, roots);
+    if (scheme == QLatin1String("http") || scheme == QLatin1String("https"))
+        return itemFromWSUrl(url, roots, endpoints);
     return QSharedPointer<AbstractItem>();
 }
 
@@ -285,4 +444,66 @@ QSharedPointer<AbstractItem> Driver::itemFromLocalUrl(
     if (isDir)
         return createChildFolder(parent, components.last());
     return createChildFile(parent, components.last());
+}
+
+QSharedPointer<AbstractItem> Driver::itemFromWSUrl(
+    const QUrl& url, const QList<QSharedPointer<AbstractFolder>>& roots,
+    const QList<QSharedPointer<Endpoint>>& endpoints)
+{
+    if (!url.isValid())
+        return QSharedPointer<AbstractItem>();
+    // The path stays encoded on purpose: a root typed with a blank keeps it
+    // percent-encoded in its key.
+    const QString path = url.path(QUrl::FullyEncoded);
+    const bool isFolder = path.endsWith(QLatin1Char('/'));
+    const WSLocation location = locate(url.host(), path, endpoints);
+
+    const BrindleLib::Protocol protocol = url.scheme() == QLatin1String("https")
+                                              ? BrindleLib::ProtocolHttps
+                                              : BrindleLib::ProtocolHttp;
+    QUrl reference = bucketAddress(makeUrl(location.bucket, protocol, location.endpoint),
+                                   url.scheme());
+    if (url.port() != -1 && url.port() != 80 && url.port() != 443)
+        reference.setPort(url.port());
+
+    // One of the account's own buckets, or one that it may reach all the same.
+    QSharedPointer<AbstractS3Folder> bucket;
+    QSharedPointer<AbstractAccount> firstAccount;
+    for (const QSharedPointer<AbstractFolder>& root : roots) {
+        if (!root || root->fileSystemClass() != AbstractFS::CloudClass)
+            continue;
+        const QSharedPointer<AbstractS3Folder> candidate = root.staticCast<AbstractS3Folder>();
+        if (!firstAccount)
+            firstAccount = candidate->account();
+        // Path-style buckets of one endpoint share an address: the name decides.
+        if (candidate->bucketName() == location.bucket
+            && bucketAddress(candidate->urlWithoutCName(), url.scheme()) == reference) {
+            bucket = candidate;
+            break;
+        }
+    }
+    if (!bucket && firstAccount)
+        bucket = createBucketItem(location.bucket, QDateTime(), firstAccount);
+    if (!bucket)
+        return QSharedPointer<AbstractItem>();
+
+    const QString& key = location.key;
+    if (key.isEmpty() || key == QLatin1String("/"))
+        return bucket;
+    // A folder is made in one step below the bucket, whatever its depth.
+    if (isFolder)
+        return createChildFolder(bucket, key.chopped(1));
+
+    const qsizetype slash = key.lastIndexOf(QLatin1Char('/'));
+    QSharedPointer<AbstractS3Folder> parent = bucket;
+    if (slash >= 0)
+        parent = createChildFolder(bucket, key.left(slash));
+    const QSharedPointer<AbstractCloudFile> file = createChildFile(parent, key.mid(slash + 1));
+    const QUrlQuery query(url);
+    if (file && query.hasQueryItem(QStringLiteral("versionId"))) {
+        file->setVersionId(
+            query.queryItemValue(QStringLiteral("versionId"), QUrl::FullyDecoded).toUtf8());
+        file->setLatest(false);
+    }
+    return file;
 }

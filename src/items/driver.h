@@ -11,7 +11,15 @@
 #include "items/abstractfolder.h"
 #include "util/singleton.h"
 
+#include "crypto/storagedirective.h"
+
+class AbstractBucket;
+class AbstractCloudFile;
+class AbstractFile;
 class AbstractLocalContainer;
+class AbstractS3Folder;
+class AbstractUser;
+class AbstractWSFolder;
 class LocalFile;
 class LocalFolder;
 
@@ -44,11 +52,37 @@ public:
     // the tool yet, so an account has none: this records nothing.
     void createAccountUsers(const QSharedPointer<AbstractAccount>& account);
 
-    // Local items.
+    // Items. The cloud ones are of the S3 or the Google family by the
+    // fileSystemType() of the account or parent; any other gives null. The
+    // overloads of createChildFolder and createChildFile differ in the
+    // parent's declared type: pass exactly one of them (a QSharedPointer to a
+    // subclass would match several).
+    static QSharedPointer<AbstractBucket> createBucketItem(
+        const QString& name, const QDateTime& creationDate,
+        const QSharedPointer<AbstractAccount>& account);
+    // A folder from a listing, its key as the store gave it.
+    static QSharedPointer<AbstractWSFolder> createFolder(
+        const QString& key, const QSharedPointer<AbstractS3Folder>& parent,
+        const QByteArray& versionId, bool commonPrefix);
+    // A file from a listing. Its date is turned into local time, so that it
+    // compares with the times of local files.
+    static QSharedPointer<AbstractCloudFile> createFile(
+        const QString& key, qint64 size, const QDateTime& lastModified, const QByteArray& md5,
+        const QSharedPointer<AbstractS3Folder>& parent, bool latest, const QByteArray& versionId,
+        const QSharedPointer<AbstractUser>& owner, StorageDirective::StorageClass storageClass);
+    static QSharedPointer<AbstractWSFolder> createChildFolder(
+        const QSharedPointer<AbstractS3Folder>& parent, const QString& name);
+    static QSharedPointer<AbstractCloudFile> createChildFile(
+        const QSharedPointer<AbstractS3Folder>& parent, const QString& name);
     static QSharedPointer<LocalFolder> createChildFolder(
         const QSharedPointer<AbstractLocalContainer>& parent, const QString& name);
     static QSharedPointer<LocalFile> createChildFile(
         const QSharedPointer<AbstractLocalContainer>& parent, const QString& name);
+    // Local or cloud, by the parent's fileSystemClass().
+    static QSharedPointer<AbstractFolder> createChildFolder(
+        const QSharedPointer<AbstractFolder>& parent, const QString& name);
+    static QSharedPointer<AbstractFile> createChildFile(
+        const QSharedPointer<AbstractFolder>& parent, const QString& name);
 
     // Paths and URLs.
     // Trims the text and gives it its final separator, "/" for a cloud path
@@ -68,6 +102,10 @@ public:
     // The port that an account should use explicitly: the first port written
     // in one of the paths, else optionPort ("--port", 0 when not given).
     static int explicitPort(int optionPort, const QStringList& displayPaths);
+    // The address of a bucket: bucket.host when the name allows, else the
+    // bucket as first path segment on the endpoint's host.
+    static QUrl makeUrl(const QString& bucket, BrindleLib::Protocol protocol,
+                        const QSharedPointer<Endpoint>& endpoint);
     // The item that url names below roots: a "file" URL through
     // itemFromLocalUrl, "http" and "https" through itemFromWSUrl; null for
     // any other scheme.
@@ -78,6 +116,15 @@ public:
     // among roots; null when the path does not exist or no root is "/".
     static QSharedPointer<AbstractItem> itemFromLocalUrl(
         const QUrl& url, const QList<QSharedPointer<AbstractFolder>>& roots);
+
+    // The bucket, folder or file of an http(s) URL. The bucket is found by the
+    // endpoint the host belongs to (or else the host's first label) and is
+    // one of the cloud roots, or a new bucket item of the first cloud root's
+    // account. The key is taken from the encoded path as it stands, and a
+    // "versionId" query makes the file an older version.
+    static QSharedPointer<AbstractItem> itemFromWSUrl(
+        const QUrl& url, const QList<QSharedPointer<AbstractFolder>>& roots,
+        const QList<QSharedPointer<Endpoint>>& endpoints);
 
 private:
     friend class Singleton<Driver>;

@@ -1,6 +1,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "items/abstractbucket.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstractwsfolder.h"
 #include "items/drive.h"
 #include "items/driver.h"
 #include "items/localfile.h"
@@ -26,6 +29,14 @@ private Q_SLOTS:
     void missingPathFails();
     void pathStartsFromRootDrive();
     void otherSchemesGiveNothing();
+    void makeUrl_data();
+    void makeUrl();
+    void cloudPathsResolve_data();
+    void cloudPathsResolve();
+    void versionQueryMakesOldVersion();
+    void cloudPathNeedsCloudRoot();
+    void factoriesPickFamily();
+    void createFileTurnsDateLocal();
 
 private:
     QList<QSharedPointer<AbstractFolder>> roots() const;
@@ -246,6 +257,208 @@ void TestDriver::otherSchemesGiveNothing()
 {
     QVERIFY(!Driver::itemFromUrl(QUrl(QStringLiteral("ftp://h/a/")), roots(), {}));
     QVERIFY(!Driver::itemFromUrl(QUrl(QStringLiteral("internal_my_computer://")), roots(), {}));
+}
+
+void TestDriver::makeUrl_data()
+{
+    QTest::addColumn<QString>("bucket");
+    QTest::addColumn<bool>("https");
+    QTest::addColumn<QString>("url");
+    QTest::newRow("dns name") << "mybucket" << false << "http://mybucket.s3.localhost/";
+    QTest::newRow("capital") << "MyBucket" << true << "https://s3.localhost/MyBucket/";
+    QTest::newRow("underscore") << "my_bucket" << false << "http://s3.localhost/my_bucket/";
+}
+
+void TestDriver::makeUrl()
+{
+    QFETCH(QString, bucket);
+    QFETCH(bool, https);
+    QFETCH(QString, url);
+    const auto endpoint = Driver::createEndpoint(QStringLiteral("s3.localhost"),
+                                                 AbstractFS::S3FileSystem);
+    const auto protocol = https ? BrindleLib::ProtocolHttps : BrindleLib::ProtocolHttp;
+    QCOMPARE(QString::fromLatin1(Driver::makeUrl(bucket, protocol, endpoint).toEncoded()), url);
+}
+
+namespace {
+
+// An account on host (the provider's default when empty) with an explicit
+// port, and its buckets as the account listing would give them.
+struct CloudSide
+{
+    QSharedPointer<AbstractAccount> account;
+    QList<QSharedPointer<AbstractFolder>> roots;
+};
+
+CloudSide cloudSide(AbstractAccount::Provider provider, const QString& host, int port,
+                    const QStringList& buckets)
+{
+    CloudSide side;
+    side.account = Driver::createAccount(provider, Id(QStringLiteral("a")));
+    if (!host.isEmpty())
+        side.account->setEndpoint(
+            Driver::createEndpoint(host, Driver::fileSystemFromProvider(provider)));
+    side.account->setProtocol(BrindleLib::ProtocolHttps);
+    side.account->setExplicitPort(port);
+    const QDateTime created(QDate(2011, 1, 1), QTime(0, 0), Qt::UTC);
+    for (const QString& name : buckets)
+        side.roots.append(Driver::createBucketItem(name, created, side.account));
+    return side;
+}
+
+} // namespace
+
+void TestDriver::cloudPathsResolve_data()
+{
+    QTest::addColumn<int>("provider");
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("bucketName");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("ownBucket");
+
+    const int bucket = AbstractItem::BucketItem;
+    const int folder = AbstractItem::CloudFolderItem;
+    const int file = AbstractItem::CloudFileItem;
+    QTest::newRow("bucket") << 0 << "" << 0 << "s3://mybucket/" << bucket << "mybucket" << ""
+                            << true;
+    QTest::newRow("bucket without slash") << 0 << "" << 0 << "s3://mybucket" << bucket
+                                          << "mybucket" << "" << true;
+    QTest::newRow("deep folder") << 0 << "" << 0 << "s3://mybucket/a/b/" << folder << "mybucket"
+                                 << "a/b/" << true;
+    QTest::newRow("file") << 0 << "" << 0 << "s3://mybucket/a/f.txt" << file << "mybucket"
+                          << "a/f.txt" << true;
+    QTest::newRow("top file") << 0 << "" << 0 << "s3://mybucket/f.txt" << file << "mybucket"
+                              << "f.txt" << true;
+    QTest::newRow("path style") << 0 << "" << 0 << "S3://My_Bucket/dir/" << folder << "My_Bucket"
+                                << "dir/" << true;
+    QTest::newRow("foreign bucket") << 0 << "" << 0 << "s3://elsewhere/x/" << folder
+                                    << "elsewhere" << "x/" << false;
+    // The key keeps the blank percent-encoded, as the URL has it.
+    QTest::newRow("blank in key") << 0 << "" << 0 << "s3://mybucket/my dir/" << folder
+                                  << "mybucket" << "my%20dir/" << true;
+    QTest::newRow("google") << 1 << "" << 0 << "gs://gbucket/d/" << folder << "gbucket" << "d/"
+                            << true;
+    QTest::newRow("port in path") << 7 << "s3.localhost" << 8080 << "s3://mybucket:8080/x/"
+                                  << folder << "mybucket" << "x/" << true;
+    QTest::newRow("port only in path") << 7 << "s3.localhost" << 0 << "s3://mybucket:8080/x/"
+                                       << folder << "mybucket" << "x/" << false;
+    QTest::newRow("second path-style bucket") << 7 << "127.0.0.1" << 9000
+                                              << "s3://Other_Bucket:9000/k" << file
+                                              << "Other_Bucket" << "k" << true;
+    QTest::newRow("host of no endpoint") << 7 << "s3.localhost" << 0
+                                         << "http://mybucket.elsewhere.localhost/k" << file
+                                         << "mybucket" << "k" << false;
+}
+
+void TestDriver::cloudPathsResolve()
+{
+    QFETCH(int, provider);
+    QFETCH(QString, host);
+    QFETCH(int, port);
+    QFETCH(QString, path);
+    QFETCH(int, type);
+    QFETCH(QString, bucketName);
+    QFETCH(QString, key);
+    QFETCH(bool, ownBucket);
+
+    const QStringList names = provider == AbstractAccount::GoogleStorageProvider
+                                  ? QStringList{"gbucket"}
+                                  : QStringList{"My_Bucket", "mybucket", "Other_Bucket"};
+    const CloudSide side = cloudSide(AbstractAccount::Provider(provider), host, port, names);
+    const QSharedPointer<Endpoint> endpoint = side.account->endpoint();
+    const QUrl url = Driver::urlFromDisplayPath(path, endpoint->hostName(), port);
+    const QSharedPointer<AbstractItem> item =
+        Driver::itemFromUrl(url, roots() + side.roots, {endpoint});
+    QVERIFY(item);
+    QCOMPARE(int(item->itemType()), type);
+    QCOMPARE(item->fileSystemType(), side.account->fileSystemType());
+
+    QSharedPointer<AbstractFolder> root;
+    QString itemKey;
+    if (type == AbstractItem::CloudFileItem) {
+        const auto cloudFile = item.staticCast<AbstractCloudFile>();
+        root = cloudFile->rootItem();
+        itemKey = cloudFile->path();
+        QVERIFY(cloudFile->isLatest());
+    } else {
+        const auto folder = item.staticCast<AbstractFolder>();
+        root = type == AbstractItem::BucketItem ? folder : folder->rootItem();
+        itemKey = folder->path();
+        // A folder hangs directly below its bucket, however deep its key.
+        if (type == AbstractItem::CloudFolderItem)
+            QCOMPARE(item.staticCast<AbstractWSFolder>()->parent()->itemType(),
+                     AbstractItem::BucketItem);
+    }
+    QCOMPARE(itemKey, key);
+    const auto bucket = root.staticCast<AbstractBucket>();
+    QCOMPARE(bucket->bucketName(), bucketName);
+    QCOMPARE(bucket->creationDate().isValid(), ownBucket);
+    QCOMPARE(bucket->account(), side.account);
+    // Every request for the item goes to the account's port.
+    if (port != 0)
+        QCOMPARE(item->url().port(), port);
+}
+
+void TestDriver::versionQueryMakesOldVersion()
+{
+    const CloudSide side = cloudSide(AbstractAccount::AmazonS3Provider, QString(), 0, {"mybucket"});
+    const QUrl url(QStringLiteral("https://mybucket.s3.amazonaws.com/d/k?versionId=v%2B1"));
+    const auto item = Driver::itemFromUrl(url, side.roots, {side.account->endpoint()})
+                          .staticCast<AbstractCloudFile>();
+    QVERIFY(item);
+    QVERIFY(!item->isLatest());
+    QCOMPARE(item->versionId(), QByteArray("v+1"));
+    QCOMPARE(item->folder()->path(), QStringLiteral("d/"));
+}
+
+void TestDriver::cloudPathNeedsCloudRoot()
+{
+    const CloudSide side = cloudSide(AbstractAccount::AmazonS3Provider, QString(), 0, {});
+    const QUrl url = Driver::urlFromDisplayPath(QStringLiteral("s3://mybucket/x/"), QString(), 0);
+    QVERIFY(!Driver::itemFromUrl(url, roots(), {side.account->endpoint()}));
+    QVERIFY(!Driver::itemFromWSUrl(QUrl(), roots(), {side.account->endpoint()}));
+}
+
+void TestDriver::factoriesPickFamily()
+{
+    const CloudSide google = cloudSide(AbstractAccount::GoogleStorageProvider, QString(), 0, {"g"});
+    const QSharedPointer<AbstractFolder> gsRoot = google.roots.first();
+    QCOMPARE(gsRoot->fileSystemType(), AbstractFS::GSFileSystem);
+    const QSharedPointer<AbstractFolder> gsChild =
+        Driver::createChildFolder(gsRoot, QStringLiteral("d"));
+    QCOMPARE(gsChild->fileSystemType(), AbstractFS::GSFileSystem);
+    QCOMPARE(gsChild->path(), QStringLiteral("d/"));
+    QCOMPARE(Driver::createChildFile(gsChild, QStringLiteral("f"))->path(),
+             QStringLiteral("d/f"));
+
+    const QSharedPointer<AbstractFolder> drive = roots().last();
+    const QSharedPointer<AbstractFolder> local = Driver::createChildFolder(drive, QStringLiteral("tmp"));
+    QCOMPARE(local->itemType(), AbstractItem::LocalFolderItem);
+    QCOMPARE(Driver::createChildFile(local, QStringLiteral("f"))->path(), QStringLiteral("/tmp/f"));
+
+    QVERIFY(!Driver::createBucketItem(QStringLiteral("b"), QDateTime(),
+                                      QSharedPointer<AbstractAccount>()));
+    QVERIFY(!Driver::createChildFolder(QSharedPointer<AbstractFolder>(), QStringLiteral("x")));
+}
+
+void TestDriver::createFileTurnsDateLocal()
+{
+    const CloudSide side = cloudSide(AbstractAccount::AmazonS3Provider, QString(), 0, {"b12"});
+    const QDateTime utc(QDate(2012, 6, 1), QTime(12, 0), Qt::UTC);
+    const auto item = Driver::createFile(QStringLiteral("k"), 5, utc, QByteArray(16, '\1'),
+                                         side.roots.first().staticCast<AbstractS3Folder>(), true,
+                                         QByteArray(), QSharedPointer<AbstractUser>(),
+                                         StorageDirective::ReducedRedundancyStorage);
+    QCOMPARE(item->lastModified().timeSpec(), Qt::LocalTime);
+    QCOMPARE(item->lastModified(), utc);
+    QCOMPARE(item->storageClass(), StorageDirective::ReducedRedundancyStorage);
+    QCOMPARE(item->size(), qint64(5));
+    QVERIFY(!Driver::createFile(QStringLiteral("k"), 5, utc, QByteArray(),
+                                QSharedPointer<AbstractS3Folder>(), true, QByteArray(),
+                                QSharedPointer<AbstractUser>(), StorageDirective::StandardStorage));
 }
 
 QTEST_GUILESS_MAIN(TestDriver)
