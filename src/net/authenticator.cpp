@@ -141,6 +141,12 @@ bool Authenticator::isNull() const
     return !d;
 }
 
+void Authenticator::ensureData()
+{
+    if (!d)
+        d = new AuthenticatorPrivate;
+}
+
 void Authenticator::detach()
 {
     if (!d) {
@@ -224,7 +230,7 @@ void Authenticator::parseHttpResponse(const HttpResponseHeader& header, bool isP
 void Authenticator::parseHttpResponse(const QList<QPair<QByteArray, QByteArray>>& fields,
                                       bool isProxy)
 {
-    detach();
+    ensureData();
     const QByteArray wanted = isProxy ? "proxy-authenticate" : "www-authenticate";
     d->method = None;
     QByteArray rest;
@@ -252,9 +258,14 @@ void Authenticator::parseHttpResponse(const QList<QPair<QByteArray, QByteArray>>
             d->realm = QString::fromLatin1(opts.value("realm"));
             d->options.insert(QStringLiteral("realm"), d->realm);
         }
-        // A stale nonce: the same credentials deserve another try.
-        if (d->method == DigestMd5 && opts.value("stale").toLower() == "true")
-            d->phase = Start;
+        if (d->method == DigestMd5) {
+            // A stale nonce: the same credentials deserve another try. Refused
+            // without one, they were wrong; answering again would never end.
+            if (opts.value("stale").toLower() == "true")
+                d->phase = Start;
+            else if (d->phase == Phase2)
+                d->phase = Done;
+        }
         if (d->user.isEmpty())
             d->phase = Done;
     } else if (d->method == None) {
@@ -267,7 +278,7 @@ void Authenticator::parseHttpResponse(const QList<QPair<QByteArray, QByteArray>>
 QByteArray Authenticator::calculateResponse(const QByteArray& requestMethod,
                                             const QByteArray& path)
 {
-    detach();
+    ensureData();
     switch (d->method) {
     case Basic:
         d->phase = Done;

@@ -54,6 +54,9 @@ public:
         const QByteArray& challenge);
 
 private:
+    // Unlike detach(), leaves the phase alone.
+    void ensureData();
+
     QSharedDataPointer<AuthenticatorPrivate> d;
 };
 
