@@ -8,12 +8,12 @@ namespace {
 QAtomicInt global_inactivityTimeout = 30000;
 }
 
-SocketActivity::SocketActivity(QObject* socket)
+SocketActivity::SocketActivity(QIODevice* socket)
 {
     m_timer.setSingleShot(true);
     // Qt keeps received bytes in the device's own buffer, filled without readData,
     // so the arrival of data is the socket's read.
-    QObject::connect(socket, SIGNAL(readyRead()), &m_timer, SLOT(start()));
+    QObject::connect(socket, &QIODevice::readyRead, &m_timer, [this] { restart(); });
     restart();
 }
 

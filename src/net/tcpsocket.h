@@ -10,7 +10,7 @@
 class SocketActivity
 {
 public:
-    explicit SocketActivity(QObject* socket);
+    explicit SocketActivity(QIODevice* socket);
 
     QTimer& timer() { return m_timer; }
     void noteRead(qint64 bytes);
