@@ -11,6 +11,8 @@ PACKAGES=(
   libnss-myhostname
   # tests: tools that check what the binary did
   coreutils diffutils findutils procps iproute2 curl python3
+  # tests: an authenticating HTTP proxy (with its Basic and Digest helpers)
+  squid
 )
 
 missing=()

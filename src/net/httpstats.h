@@ -1,0 +1,27 @@
+#ifndef HTTPSTATS_H
+#define HTTPSTATS_H
+
+#include <QElapsedTimer>
+#include <QRecursiveMutex>
+
+// Process-wide byte counts of every client socket, in both directions.
+class HttpStats
+{
+public:
+    HttpStats();
+
+    void addDownloadedBytes(qint64 bytes);
+    void addUploadedBytes(qint64 bytes);
+    // Bytes per second in each direction since the previous call; the counts restart.
+    void getSpeedAndReset(qint64& downloadSpeed, qint64& uploadSpeed);
+
+private:
+    QRecursiveMutex m_mutex;
+    QElapsedTimer m_time;
+    qint64 m_downloaded = 0;
+    qint64 m_uploaded = 0;
+};
+
+extern HttpStats global_httpStats;
+
+#endif

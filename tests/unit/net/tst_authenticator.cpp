@@ -1,0 +1,255 @@
+#include <QtTest>
+
+#include "net/authenticator.h"
+#include "net/httpheader.h"
+#include "net/ntlm.h"
+
+namespace {
+
+// The NTLMv2 example of the published NTLM protocol description.
+const QString global_user = "User";
+const QString global_domain = "Domain";
+const QString global_password = "Password";
+const QByteArray global_serverChallenge = QByteArray::fromHex("0123456789abcdef");
+const QByteArray global_clientChallenge = QByteArray::fromHex("aaaaaaaaaaaaaaaa");
+const QByteArray global_targetInfo = QByteArray::fromHex(
+    "02000c0044006f006d00610069006e00"
+    "01000c00530065007200760065007200"
+    "00000000");
+
+QByteArray challengeMessage(quint32 flags, const QByteArray& info)
+{
+    const QByteArray name = QByteArray::fromHex("44006f006d00610069006e00");  // "Domain"
+    QByteArray m("NTLMSSP\0", 8);
+    m += QByteArray::fromHex("02000000");
+    m += QByteArray::fromHex("0c000c0038000000");  // target name at 56
+    m += char(flags & 0xff);
+    m += char((flags >> 8) & 0xff);
+    m += char((flags >> 16) & 0xff);
+    m += char((flags >> 24) & 0xff);
+    m += global_serverChallenge;
+    m += QByteArray(8, '\0');
+    const int infoOffset = 56 + int(name.size());
+    m += char(info.size()) + QByteArray(1, '\0') + char(info.size()) + QByteArray(1, '\0');
+    m += char(infoOffset) + QByteArray(3, '\0');
+    m += QByteArray(8, '\0');  // version
+    return m + name + info;
+}
+
+// Reads one field of a message 3 back.
+QByteArray field(const QByteArray& message, int index)
+{
+    const int at = 12 + index * 8;
+    const int length = quint8(message.at(at)) | (quint8(message.at(at + 1)) << 8);
+    const int offset = quint8(message.at(at + 4)) | (quint8(message.at(at + 5)) << 8);
+    return message.mid(offset, length);
+}
+
+HttpResponseHeader challengeHead(const QList<QByteArray>& offers)
+{
+    QByteArray text = "HTTP/1.1 407 Proxy Authentication Required\r\n";
+    for (const QByteArray& o : offers)
+        text += o + "\r\n";
+    return HttpResponseHeader(text);
+}
+
+} // namespace
+
+class TestAuthenticator : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void ntlmV2MatchesPublishedExample();
+    void ntlmAuthenticateMessageLayout();
+    void ntlmExchangePhases();
+    void strongestSchemeWins_data();
+    void strongestSchemeWins();
+    void basicResponse();
+    void digestRefusalAndStaleNonce();
+    void challengeOptions();
+};
+
+void TestAuthenticator::ntlmV2MatchesPublishedExample()
+{
+    const QByteArray key = Ntlm::ntowfV2(global_user, global_password, global_domain);
+    QCOMPARE(key.toHex(), QByteArray("0c868a403bfd7a93a3001ef22ef02e3f"));
+    QCOMPARE(Ntlm::lmV2Response(key, global_serverChallenge, global_clientChallenge).toHex(),
+             QByteArray("86c35097ac9cec102554764a57cccc19aaaaaaaaaaaaaaaa"));
+    const QByteArray nt =
+        Ntlm::ntV2Response(key, global_serverChallenge, global_clientChallenge, 0, global_targetInfo);
+    QCOMPARE(nt.left(16).toHex(), QByteArray("68cd0ab851e51c96aabc927bebef6a1c"));
+    QCOMPARE(nt.size(), 16 + 28 + global_targetInfo.size() + 4);
+}
+
+void TestAuthenticator::ntlmAuthenticateMessageLayout()
+{
+    Ntlm::Challenge challenge;
+    QVERIFY(Ntlm::decodeChallenge(challengeMessage(0x00808201, global_targetInfo), challenge));
+    QCOMPARE(challenge.serverChallenge, global_serverChallenge);
+    QCOMPARE(challenge.targetName, QString("Domain"));
+    QCOMPARE(challenge.targetInfo, global_targetInfo);
+
+    // No domain from the user: the server's target name stands in.
+    const QByteArray m = Ntlm::authenticateMessage(challenge, global_user, global_password,
+                                                   QString(), "WS", global_clientChallenge, 0);
+    QVERIFY(m.startsWith(QByteArray("NTLMSSP\0\3\0\0\0", 12)));
+    QCOMPARE(field(m, 0).toHex(), QByteArray("86c35097ac9cec102554764a57cccc19aaaaaaaaaaaaaaaa"));
+    QCOMPARE(field(m, 1).left(16).toHex(), QByteArray("68cd0ab851e51c96aabc927bebef6a1c"));
+    QCOMPARE(field(m, 2), QByteArray::fromHex("44006f006d00610069006e00"));
+    QCOMPARE(field(m, 3), QByteArray::fromHex("5500730065007200"));
+    QCOMPARE(field(m, 4), QByteArray::fromHex("57005300"));
+
+    QVERIFY(!Ntlm::decodeChallenge(QByteArray("NTLMSSP\0\1\0\0\0", 12) + QByteArray(40, '\0'),
+                                   challenge));
+    QVERIFY(!Ntlm::decodeChallenge(challengeMessage(1, global_targetInfo).left(20), challenge));
+}
+
+void TestAuthenticator::ntlmExchangePhases()
+{
+    Authenticator auth;
+    auth.setUser("Domain\\User");
+    auth.setPassword(global_password);
+    QCOMPARE(auth.user(), QString("User"));
+    auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM" }), true);
+    QCOMPARE(auth.method(), Authenticator::Ntlm);
+    QCOMPARE(auth.phase(), Authenticator::Start);
+
+    const QByteArray first = auth.calculateResponse("GET", "/");
+    QVERIFY(first.startsWith("NTLM "));
+    const QByteArray negotiate = QByteArray::fromBase64(first.mid(5));
+    QVERIFY(negotiate.startsWith(QByteArray("NTLMSSP\0\1\0\0\0", 12)));
+    QCOMPARE(auth.phase(), Authenticator::Phase2);
+
+    auth.parseHttpResponse(
+        challengeHead({ "Proxy-Authenticate: NTLM "
+                        + challengeMessage(0x00808201, global_targetInfo).toBase64() }),
+        true);
+    const QByteArray third = QByteArray::fromBase64(auth.calculateResponse("GET", "/").mid(5));
+    QCOMPARE(auth.phase(), Authenticator::Done);
+    QVERIFY(third.startsWith(QByteArray("NTLMSSP\0\3\0\0\0", 12)));
+    QCOMPARE(field(third, 3), QByteArray::fromHex("5500730065007200"));
+
+    // A challenge that does not decode gives an empty answer.
+    Authenticator broken;
+    broken.setUser("u");
+    broken.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM" }), true);
+    broken.calculateResponse("GET", "/");
+    broken.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM bm9pc2U=" }), true);
+    QCOMPARE(broken.calculateResponse("GET", "/"), QByteArray("NTLM "));
+}
+
+void TestAuthenticator::strongestSchemeWins_data()
+{
+    QTest::addColumn<QList<QByteArray>>("offers");
+    QTest::addColumn<bool>("proxy");
+    QTest::addColumn<int>("method");
+    QTest::addColumn<int>("phase");
+    QTest::newRow("basic only")
+        << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"" } << true
+        << int(Authenticator::Basic) << int(Authenticator::Start);
+    QTest::newRow("digest after basic")
+        << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"",
+                              "proxy-authenticate: Digest realm=\"r\", nonce=\"n\"" }
+        << true << int(Authenticator::DigestMd5) << int(Authenticator::Start);
+    QTest::newRow("digest before ntlm")
+        << QList<QByteArray>{ "Proxy-Authenticate: DIGEST realm=\"r\", nonce=\"n\"",
+                              "Proxy-Authenticate: NTLM" }
+        << true << int(Authenticator::DigestMd5) << int(Authenticator::Start);
+    QTest::newRow("ntlm over basic")
+        << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"", "Proxy-Authenticate: NTLM" }
+        << true << int(Authenticator::Ntlm) << int(Authenticator::Start);
+    QTest::newRow("unknown scheme") << QList<QByteArray>{ "Proxy-Authenticate: Negotiate" } << true
+                                    << int(Authenticator::None) << int(Authenticator::Invalid);
+    QTest::newRow("server field ignored for a proxy")
+        << QList<QByteArray>{ "WWW-Authenticate: Basic realm=\"r\"" } << true
+        << int(Authenticator::None) << int(Authenticator::Invalid);
+    QTest::newRow("server field for a server")
+        << QList<QByteArray>{ "WWW-Authenticate: Basic realm=\"r\"" } << false
+        << int(Authenticator::Basic) << int(Authenticator::Start);
+}
+
+void TestAuthenticator::strongestSchemeWins()
+{
+    QFETCH(QList<QByteArray>, offers);
+    QFETCH(bool, proxy);
+    QFETCH(int, method);
+    QFETCH(int, phase);
+    // Header fields keep one of each name: hand the pairs over directly.
+    QList<QPair<QByteArray, QByteArray>> fields;
+    for (const QByteArray& o : offers) {
+        const int colon = int(o.indexOf(':'));
+        fields.append({ o.left(colon), o.mid(colon + 2) });
+    }
+    Authenticator auth;
+    auth.setUser("robin");
+    auth.parseHttpResponse(fields, proxy);
+    QCOMPARE(int(auth.method()), method);
+    QCOMPARE(int(auth.phase()), phase);
+    if (method == Authenticator::None)
+        QVERIFY(auth.realm().isEmpty());
+    else if (method != Authenticator::Ntlm)
+        QCOMPARE(auth.realm(), QString("r"));
+}
+
+void TestAuthenticator::basicResponse()
+{
+    Authenticator auth;
+    QVERIFY(auth.isNull());
+    auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: Basic realm=\"q\"" }), true);
+    // Nothing to offer without a user.
+    QCOMPARE(auth.phase(), Authenticator::Done);
+
+    auth.setUser("Aladdin");
+    auth.setPassword("open sesame");
+    QCOMPARE(auth.phase(), Authenticator::Start);
+    QCOMPARE(auth.calculateResponse("GET", "/"), QByteArray("Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ=="));
+    QCOMPARE(auth.phase(), Authenticator::Done);
+
+    Authenticator copy = auth;
+    QVERIFY(copy == auth);
+    copy.setPassword("other");
+    QVERIFY(copy != auth);
+    QCOMPARE(auth.password(), QString("open sesame"));
+}
+
+void TestAuthenticator::digestRefusalAndStaleNonce()
+{
+    Authenticator auth;
+    auth.setUser("Mufasa");
+    auth.setPassword("Circle Of Life");
+    const QByteArray challenge = "Proxy-Authenticate: Digest realm=\"testrealm@host.com\", "
+                                 "qop=\"auth,auth-int\", nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\", "
+                                 "opaque=\"5ccc069c403ebaf9f0171e9517f40e41\"";
+    auth.parseHttpResponse(challengeHead({ challenge }), true);
+    const QByteArray first = auth.calculateResponse("GET", "/dir/index.html");
+    QCOMPARE(auth.phase(), Authenticator::Phase2);
+    QVERIFY(first.startsWith("Digest username=\"Mufasa\", realm=\"testrealm@host.com\""));
+    QVERIFY(first.contains("uri=\"/dir/index.html\""));
+    QVERIFY(first.contains("nc=00000001"));
+    QVERIFY(first.contains("qop=auth"));
+    QVERIFY(!first.contains("qop=auth-int"));
+    QVERIFY(first.contains("opaque=\"5ccc069c403ebaf9f0171e9517f40e41\""));
+    QVERIFY(auth.calculateResponse("GET", "/").contains("nc=00000002"));
+
+    // A stale nonce asks for the same credentials again.
+    auth.parseHttpResponse(challengeHead({ challenge + ", stale=TRUE" }), true);
+    QCOMPARE(auth.phase(), Authenticator::Start);
+    auth.calculateResponse("GET", "/");
+    // Refused without a stale nonce: the credentials are wrong.
+    auth.parseHttpResponse(challengeHead({ challenge + ", stale=false" }), true);
+    QCOMPARE(auth.phase(), Authenticator::Done);
+}
+
+void TestAuthenticator::challengeOptions()
+{
+    const auto opts = Authenticator::parseDigestAuthenticationChallenge(
+        "realm=\"a, \\\"quoted\\\" realm\", nonce=abc ,QOP=\"auth\",stale=false");
+    QCOMPARE(opts.value("realm"), QByteArray("a, \"quoted\" realm"));
+    QCOMPARE(opts.value("nonce"), QByteArray("abc"));
+    QCOMPARE(opts.value("qop"), QByteArray("auth"));
+    QCOMPARE(opts.value("stale"), QByteArray("false"));
+    QCOMPARE(opts.size(), 4);
+}
+
+QTEST_GUILESS_MAIN(TestAuthenticator)
+#include "tst_authenticator.moc"
