@@ -11,6 +11,9 @@ PACKAGES=(
   libnss-myhostname
   # tests: tools that check what the binary did
   coreutils diffutils findutils procps iproute2 curl python3
+  # end-to-end tests: store clients, and Ceph's RADOS Gateway as the strict S3 server
+  # (s3rver, the lenient one, comes from npm: see tests/e2e/package.json)
+  s3cmd awscli uuid-runtime radosgw ceph-mon ceph-osd python3-rados
 )
 
 missing=()
