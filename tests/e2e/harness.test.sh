@@ -18,7 +18,7 @@ make_files() {
 }
 
 # key | local file | client | style
-OBJECTS=(
+ALL_OBJECTS=(
   "plain.txt|plain|aws|vhost"
   "dir one/file with blanks.txt|unicode|s3cmd|vhost"
   "ünïcødé/日本語 ✓.bin|random|aws|path"
@@ -43,18 +43,32 @@ s3cmd_md5() {  # md5 of the body fetched with s3cmd in path style
   s3_s3cmd --path get "s3://$BUCKET/$1" "$tmp" >/dev/null && md5sum <"$tmp" | cut -d' ' -f1
 }
 
-refused_with() {  # refused_with ERROR-CODE VAR=VALUE : a listing made with VAR changed fails with that code
+# s3cmd_refused CODE OPTION : a listing by s3cmd (Signature V2) with OPTION fails with CODE
+s3cmd_refused() {
   local out
-  if out=$(export "$2"; s3_aws s3api list-objects --bucket "$BUCKET" 2>&1); then
-    echo "accepted: $out"; return 1
+  if out=$(s3_s3cmd "$2" ls "s3://$BUCKET" 2>&1); then echo "accepted: $out"; return 1; fi
+  grep -qF "($1)" <<<"$out" || { echo "$out"; return 1; }
+}
+
+# aws_refused CODE VAR=VALUE : a listing by aws (Signature V4) with VAR changed fails with CODE.
+# The code is read from the answer itself: aws-cli 2.9 fails on an error without a message.
+aws_refused() {
+  local out
+  if out=$(export "$2"; s3_aws --debug s3api list-objects --bucket "$BUCKET" 2>&1); then
+    echo "accepted"; return 1
   fi
-  grep -q "$1" <<<"$out" || { echo "$out"; return 1; }
+  grep -qF "<Code>$1</Code>" <<<"$out" || { tail -n 5 <<<"$out"; return 1; }
 }
 
 expected_keys() { local o; for o in "${OBJECTS[@]}"; do field "$o" 1; done | LC_ALL=C sort; }
 
+use_objects() {  # the whole set on plain HTTP; over TLS one object each way is enough (aws is slow)
+  if [[ ${1:-} == --tls ]]; then OBJECTS=("${ALL_OBJECTS[2]}" "${ALL_OBJECTS[1]}"); else OBJECTS=("${ALL_OBJECTS[@]}"); fi
+}
+
 exercise() {  # exercise KIND [--tls]
   local o key file client style expected n_path=0 pids
+  use_objects "${2:-}"
   e2e_server_start "$@"
   s3_make_bucket "$BUCKET"
   e2e_expect_eq "bucket is listed by aws" "$BUCKET" \
@@ -73,7 +87,7 @@ exercise() {  # exercise KIND [--tls]
   expected=$(expected_keys)
   e2e_expect_eq "keys listed by s3cmd" "$expected" "$(s3_keys_s3cmd "$BUCKET" | LC_ALL=C sort)"
   e2e_expect_eq "keys listed by aws" "$expected" "$(s3_keys_aws "$BUCKET" | LC_ALL=C sort)"
-  e2e_expect_eq "keys under a prefix with a blank" "$(grep '^dir one/' <<<"$expected")" \
+  e2e_expect_eq "keys under a prefix with a blank" "$(grep '^dir one/' <<<"$expected" || true)" \
     "$(s3_keys_aws "$BUCKET" "dir one/" | LC_ALL=C sort)"
 
   for o in "${OBJECTS[@]}"; do
@@ -83,17 +97,23 @@ exercise() {  # exercise KIND [--tls]
     e2e_expect_eq "'$key' read back with s3cmd" "$expected" "$(s3cmd_md5 "$key")"
   done
 
-  e2e_check "a wrong access key is refused" refused_with InvalidAccessKeyId AWS_ACCESS_KEY_ID=NOSUCHKEY
-  if s3_feature signature; then
-    e2e_check "a wrong secret key is refused" refused_with SignatureDoesNotMatch AWS_SECRET_ACCESS_KEY=wrong
+  if [[ ${2:-} != --tls ]]; then
+    e2e_check "a wrong access key is refused (V2)" s3cmd_refused InvalidAccessKeyId --access_key=NOSUCHKEY
+    e2e_check "a wrong access key is refused (V4)" aws_refused InvalidAccessKeyId AWS_ACCESS_KEY_ID=NOSUCHKEY
+    if s3_feature signature; then
+      e2e_check "a wrong secret key is refused (V2)" s3cmd_refused SignatureDoesNotMatch --secret_key=wrong
+      e2e_check "a wrong secret key is refused (V4)" aws_refused SignatureDoesNotMatch AWS_SECRET_ACCESS_KEY=wrong
+    fi
   fi
 
-  e2e_check "delete one key with s3cmd" s3_s3cmd del "s3://$BUCKET/dir one/file with blanks.txt"
-  e2e_expect_eq "the key is gone" "" "$(s3_keys_s3cmd "$BUCKET" "dir one/file")"
   for o in "${OBJECTS[@]}"; do
-    key=$(field "$o" 1)
-    [[ $key == "dir one/file with blanks.txt" ]] && continue
-    e2e_check "delete '$key' with aws" s3_aws s3api delete-object --bucket "$BUCKET" --key "$key"
+    IFS='|' read -r key _ client _ <<<"$o"
+    # each key is deleted by the client that did not write it
+    if [[ $client == aws ]]; then
+      e2e_check "delete '$key' with s3cmd" s3_s3cmd del "s3://$BUCKET/$key"
+    else
+      e2e_check "delete '$key' with aws" s3_aws s3api delete-object --bucket "$BUCKET" --key "$key"
+    fi
   done
   e2e_expect_eq "bucket is empty (aws)" "" "$(s3_keys_aws "$BUCKET")"
   e2e_expect_eq "bucket is empty (s3cmd)" "" "$(s3_keys_s3cmd "$BUCKET")"

@@ -48,7 +48,7 @@ _e2e_on_exit() {
   if (( rc != 0 || E2E_FAILED > 0 )); then
     for dir in "${_S3_STARTED[@]}"; do
       echo "--- last requests of the server in $dir"
-      tail -n 15 "$dir/requests.log" 2>/dev/null
+      s3_server_requests "$dir" | tail -n 15
     done
   fi
   s3_server_stop_all
@@ -71,6 +71,7 @@ e2e_server_start() {
   setsid bash -c '. "$0"; while kill -0 "$1" 2>/dev/null && compgen -G "$2/run/*.pid" >/dev/null; do
                     sleep 1; done; s3_server_stop "$2" >/dev/null 2>&1' \
     "$S3_LIB_DIR/s3server.sh" "$$" "$dir" </dev/null >/dev/null 2>&1 &
+  disown $!
   echo "== $1$([[ ${2:-} == --tls ]] && echo ' (TLS)') at $S3_ENDPOINT, started in $(<"$dir/startup-ms") ms"
 }
 

@@ -6,7 +6,12 @@
 # virtual-host style and s3.localhost path style. Everything, the cluster log included, lives under
 # the fixture's folder; nothing is written to /etc/ceph or /var/lib/ceph.
 
-_RGW_DAEMONS="client.rgw osd.0 mon.a"   # stop order
+_RGW_DAEMONS="client.rgw osd.0 mon.a"
+# Stop order and signals: nothing here is worth an orderly shutdown (the OSD keeps its data in
+# memory), and that takes 1 to 4 s per daemon, radosgw longest while clients keep connections open.
+_RGW_STOP="client.rgw KILL
+osd.0 KILL
+mon.a KILL"
 
 _rgw_check_tools() {
   local c
@@ -22,6 +27,7 @@ _rgw_daemon() {
   local dir=$1 name=$2; shift 2
   setsid "$@" -f </dev/null >"$dir/log/$name.out" 2>&1 &
   echo $! >"$dir/run/$name.pid"
+  disown $!
 }
 
 # _rgw_wait DIR WHAT DEADLINE cmd... : polls cmd until it succeeds; fails early when a daemon died
@@ -102,7 +108,7 @@ _rgw_start() {
   local dir=$1 port=$2 monport=$3 tls=$4 ak=$5 sk=$6 deadline=$7 osduuid pools n
   _rgw_check_tools || return 1
   mkdir -p "$dir"/{mon,osd,rgw,run,log,crash}
-  printf '%s\n' $_RGW_DAEMONS >"$dir/daemons"
+  echo "$_RGW_STOP" >"$dir/daemons"
   _rgw_write_conf "$dir" "$port" "$monport" "$tls"
   local C=(-c "$dir/ceph.conf")
 

@@ -140,11 +140,12 @@ _s3rver_start() {  # _s3rver_start DIR TLS DEADLINE
     || _s3_die "s3rver is not installed in $S3_E2E_DIR (run scripts/install-deps.sh)" || return 1
   command -v node >/dev/null || _s3_die "node is missing (run scripts/install-deps.sh)" || return 1
   mkdir -p "$dir/run" "$dir/log" "$dir/data"
-  echo s3rver >"$dir/daemons"
+  echo "s3rver TERM" >"$dir/daemons"
   args=(--directory "$dir/data" --port-file "$dir/port" --service-endpoint localhost)
   [[ $tls == 1 ]] && args+=(--key "$dir/tls/key.pem" --cert "$dir/tls/cert.pem")
   setsid node "$S3_LIB_DIR/s3rver-serve.js" "${args[@]}" </dev/null >"$dir/log/s3rver.log" 2>&1 &
   echo $! >"$dir/run/s3rver.pid"
+  disown $!
   ln -sf log/s3rver.log "$dir/requests.log"
   until [[ -s $dir/port ]]; do
     if ! kill -0 "$(<"$dir/run/s3rver.pid")" 2>/dev/null; then
@@ -259,32 +260,49 @@ _s3_pid_of() {  # DIR NAME: the pid if that process is alive and was started fro
   [[ -s $f ]] || return 1
   p=$(<"$f")
   [[ -r /proc/$p/cmdline ]] || return 1
-  tr '\0' ' ' <"/proc/$p/cmdline" | grep -qF -- "$1/" || return 1
+  _s3_alive "$p" && tr '\0' ' ' <"/proc/$p/cmdline" | grep -qF -- "$1/" || return 1
   echo "$p"
 }
 
-# s3_server_stop DIR : TERM the daemons started from DIR, KILL what is left after S3_STOP_GRACE s
+_s3_alive() {  # a zombie is not alive: it only waits for its parent to reap it
+  local state
+  state=$(sed -E 's/^[0-9]+ \(.*\) ([A-Z]).*/\1/' "/proc/$1/stat" 2>/dev/null) || return 1
+  [[ $state != Z ]]
+}
+
+_s3_wait_gone() {  # _s3_wait_gone TENTHS PID... : prints the pids still alive after TENTHS/10 s
+  local tenths=$1 i p left; shift
+  for (( i = 0; i <= tenths; i++ )); do
+    left=()
+    for p in "$@"; do _s3_alive "$p" && left+=("$p"); done
+    (( ${#left[@]} )) || return 0
+    (( i < tenths )) && sleep 0.1
+  done
+  echo "${left[*]}"
+}
+
+# s3_server_stop DIR : stops the daemons started from DIR, in the order and with the signal that
+# DIR/daemons gives (KILL for what keeps nothing worth an orderly shutdown); KILL after
+# S3_STOP_GRACE seconds for what does not end on TERM.
 s3_server_stop() {
-  local dir=${1:-} n p pids=() i
+  local dir=${1:-} n sig p pids=() left
   [[ -d $dir ]] || { _s3_die "no such folder: $dir"; return 1; }
   dir=$(cd "$dir" && pwd)
   if [[ -f $dir/daemons ]]; then
-    while read -r n; do
-      if p=$(_s3_pid_of "$dir" "$n"); then pids+=("$p"); kill -TERM "$p" 2>/dev/null; fi
+    while read -r n sig; do
+      if p=$(_s3_pid_of "$dir" "$n"); then pids+=("$p"); kill "-${sig:-TERM}" "$p" 2>/dev/null; fi
     done <"$dir/daemons"
   fi
-  for (( i = 0; i < S3_STOP_GRACE * 10 && ${#pids[@]}; i++ )); do
-    for p in "${!pids[@]}"; do kill -0 "${pids[$p]}" 2>/dev/null || unset 'pids[p]'; done
-    (( ${#pids[@]} )) && sleep 0.1
-  done
-  for p in "${pids[@]}"; do kill -KILL "$p" 2>/dev/null; done
-  for (( i = 0; i < 30 && ${#pids[@]}; i++ )); do
-    for p in "${!pids[@]}"; do kill -0 "${pids[$p]}" 2>/dev/null || unset 'pids[p]'; done
-    (( ${#pids[@]} )) && sleep 0.1
-  done
+  left=$(_s3_wait_gone $(( S3_STOP_GRACE * 10 )) "${pids[@]}")
+  if [[ -n $left ]]; then
+    echo "s3server: $left did not end on TERM within $S3_STOP_GRACE s; killing" >&2
+    # shellcheck disable=SC2086
+    kill -KILL $left 2>/dev/null
+    left=$(_s3_wait_gone 30 $left)
+  fi
   rm -f "$dir"/run/*.pid
   _s3_release_ports "$dir"
-  (( ${#pids[@]} == 0 )) || { _s3_die "processes ${pids[*]} of $dir did not end"; return 1; }
+  [[ -z $left ]] || { _s3_die "processes $left of $dir did not end"; return 1; }
 }
 
 # stops every server this shell started (for traps)
@@ -357,6 +375,13 @@ _s3_requests_all() {
     size=$now; sleep 0.1
   done
   "_${S3_SERVER}_requests" "$S3_DIR"
+}
+
+# s3_server_requests DIR : every request of the server started in DIR (stopped or not)
+s3_server_requests() {
+  local kind
+  kind=$(sed -n 's/^S3_SERVER=//p' "$1/env" 2>/dev/null)
+  [[ -n $kind ]] && "_${kind}_requests" "$1"
 }
 
 s3_log_mark() { _s3_requests_all | wc -l >"$S3_DIR/log-mark"; }
