@@ -12,9 +12,13 @@ PACKAGES=(
   # tests: tools that check what the binary did
   coreutils diffutils findutils procps iproute2 curl python3
   # end-to-end tests: store clients, and Ceph's RADOS Gateway as the strict S3 server
-  # (s3rver, the lenient one, comes from npm: see tests/e2e/package.json)
   s3cmd awscli uuid-runtime radosgw ceph-mon ceph-osd python3-rados
+  # end-to-end tests and demo: s3rver, the lenient S3 server, runs on Node.js (see below)
+  nodejs
 )
+# npm comes with some builds of nodejs (NodeSource's) and is a package of its own in Debian's, which
+# conflicts with the former: ask for it only when the command is missing.
+command -v npm >/dev/null || PACKAGES+=(npm)
 
 missing=()
 for p in "${PACKAGES[@]}"; do
@@ -38,4 +42,15 @@ if ! grep -qE '^hosts:.*myhostname' /etc/nsswitch.conf 2>/dev/null; then
   SUDO=""
   [[ $(id -u) -eq 0 ]] || SUDO="sudo"
   $SUDO sed -i -E 's/^(hosts:.*)$/\1 myhostname/' /etc/nsswitch.conf
+fi
+
+# s3rver from npm, pinned by tests/e2e/package-lock.json. Installed again only when the lock file
+# changed since the last install.
+e2e=$(cd "$(dirname "$0")/../tests/e2e" && pwd)
+stamp=$e2e/node_modules/.installed-lock.sha256
+want=$(sha256sum <"$e2e/package-lock.json")
+if [[ ! -f $stamp || $(<"$stamp") != "$want" ]]; then
+  echo "installing s3rver into $e2e/node_modules"
+  (cd "$e2e" && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
+  echo "$want" >"$stamp"
 fi
