@@ -125,7 +125,31 @@ exercise() {  # exercise KIND [--tls]
   e2e_check "its port is free again" sh -c "! ss -Htln '( sport = :$S3_PORT )' | grep -q ."
 }
 
+# The harness must not pass what failed, nor leave a server behind, whichever way a script ends.
+# Each case: a script body after the server started, the exit status expected, a word of its output.
+harness_failures() {
+  local body want word script out rc pid cases=(
+    'e2e_expect_eq "a check that fails" one two; e2e_finish|1|0 passed, 1 failed'
+    'false; e2e_pass "never reached"; e2e_finish|1|FAIL: line'
+    'kill -TERM $$; sleep 5|143|terminated'
+    'e2e_finish|1|0 passed, 0 failed'
+  )
+  for c in "${cases[@]}"; do
+    IFS='|' read -r body want word <<<"$c"
+    script=$E2E_WORK/inner.test.sh
+    printf '%s\n' ". '$S3_LIB_DIR/e2e.sh'" e2e_init 'e2e_server_start s3rver >/dev/null' \
+      'cat "$S3_DIR/run/s3rver.pid" >"$E2E_WORK/../inner.pid"' "$body" >"$script"
+    rc=0; out=$(TMPDIR=$E2E_WORK timeout 60 bash "$script" 2>&1) || rc=$?
+    pid=$(<"$E2E_WORK/inner.pid")
+    e2e_expect_eq "script '$body' ends with status" "$want" "$rc"
+    e2e_check "script '$body' says '$word'" grep -qF -- "$word" <<<"$out"
+    e2e_check "script '$body' stopped its server" sh -c "! kill -0 $pid 2>/dev/null"
+    rm -rf "$E2E_WORK"/quorle-e2e-inner.* "$E2E_WORK/inner.pid"
+  done
+}
+
 make_files
+harness_failures
 for server in $(e2e_servers); do
   exercise "$server"
 done
