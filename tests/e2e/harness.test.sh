@@ -2,6 +2,7 @@
 # The harness itself, with the store clients only: each server starts, takes objects from s3cmd and
 # aws in virtual-host and path style, lists them, gives them back intact, deletes them, refuses a
 # wrong key, logs what it was asked, and stops without leaving a process or a port behind.
+# shellcheck source=lib/e2e.sh
 . "$(dirname "$0")/lib/e2e.sh"
 e2e_init
 
@@ -54,6 +55,7 @@ s3cmd_refused() {
 # The code is read from the answer itself: aws-cli 2.9 fails on an error without a message.
 aws_refused() {
   local out
+  # shellcheck disable=SC2163 # $2 is VAR=VALUE
   if out=$(export "$2"; s3_aws --debug s3api list-objects --bucket "$BUCKET" 2>&1); then
     echo "accepted"; return 1
   fi

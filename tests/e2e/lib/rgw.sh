@@ -18,8 +18,9 @@ _rgw_check_tools() {
   for c in ceph-mon ceph-osd radosgw radosgw-admin ceph monmaptool uuidgen; do
     command -v "$c" >/dev/null || { echo "missing $c: run scripts/install-deps.sh" >&2; return 1; }
   done
-  [[ -x /usr/bin/python3 ]] && /usr/bin/python3 -c 'import rados' 2>/dev/null \
-    || { echo "missing python3-rados: run scripts/install-deps.sh" >&2; return 1; }
+  if ! /usr/bin/python3 -c 'import rados' 2>/dev/null; then
+    echo "missing python3-rados: run scripts/install-deps.sh" >&2; return 1
+  fi
 }
 
 # _rgw_daemon DIR NAME cmd... : a foreground daemon in its own session, its pid recorded under DIR/run
@@ -112,10 +113,12 @@ _rgw_start() {
   _rgw_write_conf "$dir" "$port" "$monport" "$tls"
   local C=(-c "$dir/ceph.conf")
 
-  monmaptool --create --fsid "$(sed -n 's/^fsid = //p' "$dir/ceph.conf")" \
-    --addv a "[v2:127.0.0.1:$monport]" "$dir/monmap" >"$dir/log/monmap.out" 2>&1 \
-    && ceph-mon "${C[@]}" --mkfs -i a --monmap "$dir/monmap" >"$dir/log/mon-mkfs.out" 2>&1 \
-    || { cat "$dir/log/monmap.out" "$dir/log/mon-mkfs.out" >&2; echo "rgw: ceph-mon --mkfs failed" >&2; return 1; }
+  if ! { monmaptool --create --fsid "$(sed -n 's/^fsid = //p' "$dir/ceph.conf")" \
+           --addv a "[v2:127.0.0.1:$monport]" "$dir/monmap" >"$dir/log/monmap.out" 2>&1 &&
+         ceph-mon "${C[@]}" --mkfs -i a --monmap "$dir/monmap" >"$dir/log/mon-mkfs.out" 2>&1; }; then
+    cat "$dir/log/monmap.out" "$dir/log/mon-mkfs.out" >&2 2>/dev/null
+    echo "rgw: ceph-mon --mkfs failed" >&2; return 1
+  fi
   _rgw_daemon "$dir" mon.a ceph-mon "${C[@]}" -i a
 
   osduuid=$(uuidgen)

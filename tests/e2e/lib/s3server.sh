@@ -297,6 +297,7 @@ s3_server_stop() {
     echo "s3server: $left did not end on TERM within $S3_STOP_GRACE s; killing" >&2
     # shellcheck disable=SC2086
     kill -KILL $left 2>/dev/null
+    # shellcheck disable=SC2086
     left=$(_s3_wait_gone 30 $left)
   fi
   rm -f "$dir"/run/*.pid
