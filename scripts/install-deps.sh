@@ -34,7 +34,8 @@ if (( ${#missing[@]} )); then
   [[ $(id -u) -eq 0 ]] || SUDO="sudo"
   export DEBIAN_FRONTEND=noninteractive
   $SUDO apt-get update -qq
-  $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  # another apt run (unattended upgrades, a second checkout) may hold the lock for a while
+  $SUDO apt-get -o DPkg::Lock::Timeout=600 install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
 # *.localhost names must resolve through nss-myhostname.
