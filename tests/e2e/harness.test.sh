@@ -62,6 +62,11 @@ aws_refused() {
   grep -qF "<Code>$1</Code>" <<<"$out" || { tail -n 5 <<<"$out"; return 1; }
 }
 
+none_alive() {  # a zombie left for init to reap counts as ended
+  local p
+  for p in "$@"; do ! _s3_alive "$p" || { echo "process $p is alive"; return 1; }; done
+}
+
 expected_keys() { local o; for o in "${OBJECTS[@]}"; do field "$o" 1; done | LC_ALL=C sort; }
 
 use_objects() {  # the whole set on plain HTTP; over TLS one object each way is enough (aws is slow)
@@ -93,10 +98,14 @@ exercise() {  # exercise KIND [--tls]
     "$(s3_keys_aws "$BUCKET" "dir one/" | LC_ALL=C sort)"
 
   for o in "${OBJECTS[@]}"; do
-    IFS='|' read -r key file _ _ <<<"$o"
+    # each object is read back by the client that did not write it
+    IFS='|' read -r key file client _ <<<"$o"
     expected=$(md5sum <"$E2E_WORK/files/$file" | cut -d' ' -f1)
-    e2e_expect_eq "'$key' read back with aws" "$expected" "$(s3_object_md5 "$BUCKET" "$key")"
-    e2e_expect_eq "'$key' read back with s3cmd" "$expected" "$(s3cmd_md5 "$key")"
+    if [[ $client == aws ]]; then
+      e2e_expect_eq "'$key' read back with s3cmd" "$expected" "$(s3cmd_md5 "$key")"
+    else
+      e2e_expect_eq "'$key' read back with aws" "$expected" "$(s3_object_md5 "$BUCKET" "$key")"
+    fi
   done
 
   if [[ ${2:-} != --tls ]]; then
@@ -123,7 +132,8 @@ exercise() {  # exercise KIND [--tls]
 
   pids=$(cat "$S3_DIR"/run/*.pid)
   e2e_check "stop the server" e2e_server_stop
-  e2e_check "no process of the server is left" sh -c "! ps -o pid= -p '$(tr '\n' ',' <<<"$pids" | sed 's/,$//')'"
+  # shellcheck disable=SC2086
+  e2e_check "no process of the server is left" none_alive $pids
   e2e_check "its port is free again" sh -c "! ss -Htln '( sport = :$S3_PORT )' | grep -q ."
 }
 
@@ -145,7 +155,7 @@ harness_failures() {
     pid=$(<"$E2E_WORK/inner.pid")
     e2e_expect_eq "script '$body' ends with status" "$want" "$rc"
     e2e_check "script '$body' says '$word'" grep -qF -- "$word" <<<"$out"
-    e2e_check "script '$body' stopped its server" sh -c "! kill -0 $pid 2>/dev/null"
+    e2e_check "script '$body' stopped its server" none_alive "$pid"
     rm -rf "$E2E_WORK"/quorle-e2e-inner.* "$E2E_WORK/inner.pid"
   done
 }
