@@ -64,7 +64,7 @@ aws_refused() {
 
 none_alive() {  # a zombie left for init to reap counts as ended
   local p
-  for p in "$@"; do ! _s3_alive "$p" || { echo "process $p is alive"; return 1; }; done
+  for p in "$@"; do ! s3_pid_alive "$p" || { echo "process $p is alive"; return 1; }; done
 }
 
 expected_keys() { local o; for o in "${OBJECTS[@]}"; do field "$o" 1; done | LC_ALL=C sort; }

@@ -23,6 +23,7 @@
 #   s3_object_md5 BUCKET KEY            md5 of the object's body (fetched with aws)
 # Request log (both servers log every request; the lines are "METHOD URI STATUS"):
 #   s3_log_mark                         s3_requests (lines since the mark)   s3_request_count [ERE]
+#   s3_pid_alive PID                    the process runs (a zombie does not count)
 # Known gaps:
 #   s3_feature NAME                     0 if the current server has it; else prints why, returns 1
 #   s3_missing_on KIND REASON           1 unless the current server is KIND; then prints REASON, 0
@@ -259,11 +260,11 @@ _s3_pid_of() {  # DIR NAME: the pid if that process is alive and was started fro
   [[ -s $f ]] || return 1
   p=$(<"$f")
   [[ -r /proc/$p/cmdline ]] || return 1
-  _s3_alive "$p" && tr '\0' ' ' <"/proc/$p/cmdline" | grep -qF -- "$1/" || return 1
+  s3_pid_alive "$p" && tr '\0' ' ' <"/proc/$p/cmdline" | grep -qF -- "$1/" || return 1
   echo "$p"
 }
 
-_s3_alive() {  # a zombie is not alive: it only waits for its parent to reap it
+s3_pid_alive() {  # a zombie is not alive: it only waits for its parent to reap it
   local state
   state=$(sed -E 's/^[0-9]+ \(.*\) ([A-Z]).*/\1/' "/proc/$1/stat" 2>/dev/null) || return 1
   [[ $state != Z ]]
@@ -273,7 +274,7 @@ _s3_wait_gone() {  # _s3_wait_gone TENTHS PID... : prints the pids still alive a
   local tenths=$1 i p left; shift
   for (( i = 0; i <= tenths; i++ )); do
     left=()
-    for p in "$@"; do _s3_alive "$p" && left+=("$p"); done
+    for p in "$@"; do s3_pid_alive "$p" && left+=("$p"); done
     (( ${#left[@]} )) || return 0
     (( i < tenths )) && sleep 0.1
   done
