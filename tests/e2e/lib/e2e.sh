@@ -78,7 +78,11 @@ e2e_server_start() {
 e2e_server_stop() { s3_server_stop "$S3_DIR"; }
 
 e2e_pass() { E2E_PASSED=$(( E2E_PASSED + 1 )); echo "ok   [${S3_SERVER:--}] $*"; }
-e2e_fail() { E2E_FAILED=$(( E2E_FAILED + 1 )); echo "FAIL [${S3_SERVER:--}] $*"; }
+e2e_fail() {
+  E2E_FAILED=$(( E2E_FAILED + 1 )); _E2E_FAILURES+=("[${S3_SERVER:--}] $*")
+  echo "FAIL [${S3_SERVER:--}] $*"
+}
+_E2E_FAILURES=()
 e2e_skip() { E2E_SKIPPED=$(( E2E_SKIPPED + 1 )); echo "SKIP [${S3_SERVER:--}] $*"; }
 
 # e2e_check DESCRIPTION cmd... : passes when cmd succeeds; prints its output when it fails
@@ -112,6 +116,8 @@ _E2E_QUORLE_N=0
 
 # ends the script: status 0 only when something passed and nothing failed
 e2e_finish() {
+  local f
+  for f in "${_E2E_FAILURES[@]}"; do echo "failed: $f"; done
   echo "$E2E_NAME: $E2E_PASSED passed, $E2E_FAILED failed, $E2E_SKIPPED skipped"
   (( E2E_FAILED == 0 && E2E_PASSED > 0 )) && exit 0
   exit 1
