@@ -13,7 +13,16 @@ PACKAGES=(
   coreutils diffutils findutils procps iproute2 curl python3
   # tests: an authenticating HTTP proxy (with its Basic and Digest helpers)
   squid
+  # benchmarks: time and peak memory of a run
+  time
+  # end-to-end tests: store clients, and Ceph's RADOS Gateway as the strict S3 server
+  s3cmd awscli uuid-runtime radosgw ceph-mon ceph-osd python3-rados
+  # end-to-end tests and demo: s3rver, the lenient S3 server, runs on Node.js (see below)
+  nodejs
 )
+# npm comes with some builds of nodejs (NodeSource's) and is a package of its own in Debian's, which
+# conflicts with the former: ask for it only when the command is missing.
+command -v npm >/dev/null || PACKAGES+=(npm)
 
 missing=()
 for p in "${PACKAGES[@]}"; do
@@ -29,7 +38,8 @@ if (( ${#missing[@]} )); then
   [[ $(id -u) -eq 0 ]] || SUDO="sudo"
   export DEBIAN_FRONTEND=noninteractive
   $SUDO apt-get update -qq
-  $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  # another apt run (unattended upgrades, a second checkout) may hold the lock for a while
+  $SUDO apt-get -o DPkg::Lock::Timeout=600 install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
 # *.localhost names must resolve through nss-myhostname.
@@ -37,4 +47,15 @@ if ! grep -qE '^hosts:.*myhostname' /etc/nsswitch.conf 2>/dev/null; then
   SUDO=""
   [[ $(id -u) -eq 0 ]] || SUDO="sudo"
   $SUDO sed -i -E 's/^(hosts:.*)$/\1 myhostname/' /etc/nsswitch.conf
+fi
+
+# s3rver from npm, pinned by tests/e2e/package-lock.json. Installed again only when the lock file
+# changed since the last install.
+e2e=$(cd "$(dirname "$0")/../tests/e2e" && pwd)
+stamp=$e2e/node_modules/.installed-lock.sha256
+want=$(sha256sum <"$e2e/package-lock.json")
+if [[ ! -f $stamp || $(<"$stamp") != "$want" ]]; then
+  echo "installing s3rver into $e2e/node_modules"
+  (cd "$e2e" && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
+  echo "$want" >"$stamp"
 fi
