@@ -77,7 +77,6 @@ private Q_SLOTS:
     void foldersSortWithDescendantsBehind();
     void filesSortByFolderNameThenNewest();
     void comparisonsAllocateNothing();
-    void concurrentSortsMatchPlainSorts();
 };
 
 namespace {
@@ -212,28 +211,6 @@ void TestListOrdering::comparisonsAllocateNothing()
     counting = false;
     QCOMPARE(allocations.load(), 0);
     QVERIFY(sink != 0);
-}
-
-void TestListOrdering::concurrentSortsMatchPlainSorts()
-{
-    QList<QSharedPointer<AbstractFolder>> folders;
-    QList<QSharedPointer<AbstractFile>> files;
-    for (int i = 0; i < 2000; ++i) {
-        const QString dir = QStringLiteral("/t/d%1/e%2").arg(i % 37).arg(i % 11);
-        folders.append(folder(dir + QStringLiteral("-%1").arg(i)));
-        files.append(file(dir + QStringLiteral("/f%1").arg(i % 101), i));
-    }
-    QList<QSharedPointer<AbstractFolder>> plainFolders = folders;
-    QList<QSharedPointer<AbstractFile>> plainFiles = files;
-    std::stable_sort(plainFolders.begin(), plainFolders.end(), folderPtrLessThan);
-    std::stable_sort(plainFiles.begin(), plainFiles.end(), contentPtrLessThean);
-    const QList<QSharedPointer<AbstractFolder>> untouched = folders;
-    const QStringList before = paths(folders);
-    sortListsConcurrently(&files, &folders);
-    QCOMPARE(paths(folders), paths(plainFolders));
-    QCOMPARE(files, plainFiles);
-    // The caller's other copies are left as they were.
-    QCOMPARE(paths(untouched), before);
 }
 
 QTEST_GUILESS_MAIN(TestListOrdering)

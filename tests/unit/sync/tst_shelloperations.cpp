@@ -36,8 +36,6 @@ private Q_SLOTS:
     void deleteWalkStructure();
     void deleteRealTreeLeavesFirst();
     void deleteFailuresLeaveFolderAndReachRoot();
-    void createFolder_data();
-    void createFolder();
     void localCreationHoldsBackNextSibling();
 
 private:
@@ -79,14 +77,6 @@ QString describe(AbstractOperation* op)
         return wait + QString::number(op->type());
     }
 }
-
-// A real folder that calls itself a file: the kind is told by itemType() alone.
-class FileKindContainer : public LocalFolder
-{
-public:
-    using LocalFolder::LocalFolder;
-    ItemType itemType() const override { return LocalFileItem; }
-};
 
 // The path that a finished deletion removed, or a null string.
 QString deletedPath(AbstractShellOperation* op)
@@ -154,7 +144,6 @@ void TestShellOperations::listByContainerKind_data()
     QTest::newRow("computer") << "computer" << int(AbstractOperation::LocalDriveListAtomicType) << true;
     QTest::newRow("drive") << "drive" << int(AbstractOperation::ShellListFolderType) << false;
     QTest::newRow("folder") << "folder" << int(AbstractOperation::ShellListFolderType) << false;
-    QTest::newRow("file") << "file" << int(AbstractOperation::DummyType) << false;
 }
 
 void TestShellOperations::listByContainerKind()
@@ -168,11 +157,8 @@ void TestShellOperations::listByContainerKind()
         container = QSharedPointer<MyComputer>::create();
     else if (kind == "drive")
         container = QSharedPointer<Drive>::create(QLatin1Char('/'), path("r"), QSharedPointer<MyComputer>());
-    else if (kind == "folder")
-        container = folderItem(path("r"));
     else
-        container = QSharedPointer<FileKindContainer>::create(
-            folderItem(m_dir->path()).staticCast<AbstractLocalContainer>(), QStringLiteral("r"));
+        container = folderItem(path("r"));
     ShellListOperation op(nullptr, container, BrindleLib::ListCurrentVersions, false, false, false, Filter());
     QCOMPARE(op.isEffectiveOperation(), effective);
     QVERIFY(runShell(&op, 2));
@@ -313,46 +299,18 @@ void TestShellOperations::deleteFailuresLeaveFolderAndReachRoot()
                                     "Operation:Delete file\nPath: " + path("r/vanished")}));
 }
 
-void TestShellOperations::createFolder_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("succeeds");
-    QTest::newRow("new") << "made" << true;
-    QTest::newRow("already there") << "dir" << true;
-    QTest::newRow("plain file in the way") << "file" << false;
-}
-
-void TestShellOperations::createFolder()
-{
-    QFETCH(QString, name);
-    QFETCH(bool, succeeds);
-    QVERIFY(makeTree(m_dir->path(), {"dir/", "file"}));
-    auto* create = new ShellCreateFolderOperation(nullptr, folderItem(m_dir->path()), name, false);
-    QCOMPARE(create->destinationDisplayPath(), QString());
-    ListShellOperation root({create});
-    QVERIFY(runShell(&root, 2));
-    QCOMPARE(root.error().isNull(), succeeds);
-    if (succeeds) {
-        QVERIFY(create->createdFolder);
-        QCOMPARE(create->createdFolder->path(), path(name));
-        QCOMPARE(create->destinationDisplayPath(), path(name));
-        QVERIFY(QFileInfo(path(name)).isDir());
-    } else {
-        QVERIFY(!create->createdFolder);
-        QCOMPARE(root.error().message(),
-                 "Operation: Create virtual folder\nPath: " + path(name) + "\nFailed to create folder");
-    }
-}
-
 void TestShellOperations::localCreationHoldsBackNextSibling()
 {
     const auto parent = folderItem(m_dir->path());
     auto* create = new ShellCreateFolderOperation(nullptr, parent, QStringLiteral("new"), false);
     auto* check = new FolderExistsOperation(nullptr, folderItem(path("new")));
     auto* after = new FolderExistsOperation(nullptr, folderItem(path("new")));
+    QCOMPARE(create->destinationDisplayPath(), QString());
     ListShellOperation root({create, check, after});
     QVERIFY(runShell(&root, 4));
     QVERIFY(root.error().isNull());
+    QCOMPARE(create->createdFolder->path(), path("new"));
+    QCOMPARE(create->destinationDisplayPath(), path("new"));
     QVERIFY(check->waitForPrevious());
     QVERIFY(!after->waitForPrevious());
     QVERIFY(check->exists);
