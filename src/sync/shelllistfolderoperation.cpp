@@ -1,5 +1,7 @@
 #include "sync/shelllistfolderoperation.h"
 
+#include <utility>
+
 #include "items/abstractlocalcontainer.h"
 #include "operations/localfolderlistatomicoperation.h"
 

@@ -1,0 +1,217 @@
+#include <atomic>
+#include <cstdlib>
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include "items/drive.h"
+#include "items/localfile.h"
+#include "items/localfolder.h"
+#include "items/mycomputer.h"
+#include "sync/listordering.h"
+
+// Counts heap allocations made on this thread while `counting` is set: the
+// sanitizer's hooks in a sanitized build, else a wrapper around the C library's
+// allocator (which every allocation, operator new and QString included, goes through).
+namespace {
+thread_local bool counting = false;
+std::atomic<int> allocations{0};
+void countAllocation()
+{
+    if (counting)
+        allocations.fetch_add(1);
+}
+} // namespace
+
+#if defined(__SANITIZE_ADDRESS__)
+#define QUORLE_HOOKED_ALLOCATOR 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QUORLE_HOOKED_ALLOCATOR 1
+#endif
+#endif
+
+#ifdef QUORLE_HOOKED_ALLOCATOR
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
+                                                         void (*)(const volatile void*));
+namespace {
+void mallocHook(const volatile void*, size_t) { countAllocation(); }
+void freeHook(const volatile void*) {}
+bool installHooks()
+{
+    return __sanitizer_install_malloc_and_free_hooks(mallocHook, freeHook) != 0;
+}
+} // namespace
+#else
+extern "C" {
+void* __libc_malloc(size_t);
+void* __libc_calloc(size_t, size_t);
+void* __libc_realloc(void*, size_t);
+void* malloc(size_t size)
+{
+    countAllocation();
+    return __libc_malloc(size);
+}
+void* calloc(size_t count, size_t size)
+{
+    countAllocation();
+    return __libc_calloc(count, size);
+}
+void* realloc(void* p, size_t size)
+{
+    countAllocation();
+    return __libc_realloc(p, size);
+}
+}
+namespace {
+bool installHooks() { return true; }
+} // namespace
+#endif
+
+class TestListOrdering : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void compareFolders_data();
+    void compareFolders();
+    void foldersSortWithDescendantsBehind();
+    void filesSortByFolderNameThenNewest();
+    void comparisonsAllocateNothing();
+};
+
+namespace {
+
+QSharedPointer<Drive> drive()
+{
+    static const auto root = QSharedPointer<Drive>::create(QLatin1Char('/'), QStringLiteral("/"),
+                                                           QSharedPointer<MyComputer>());
+    return root;
+}
+
+QSharedPointer<AbstractFolder> folder(const QString& path)
+{
+    if (path == QLatin1String("/"))
+        return drive();
+    return QSharedPointer<LocalFolder>::create(drive(), path, int(path.size() - path.lastIndexOf('/') - 1));
+}
+
+QSharedPointer<AbstractFile> file(const QString& path, qint64 secs = 0)
+{
+    const int slash = int(path.lastIndexOf('/'));
+    const auto parent = folder(slash == 0 ? QStringLiteral("/") : path.left(slash));
+    return QSharedPointer<LocalFile>::create(parent.staticCast<AbstractLocalContainer>(), path,
+                                             int(path.size() - slash - 1),
+                                             QDateTime::fromSecsSinceEpoch(secs, Qt::UTC), 0);
+}
+
+int compare(const QString& a, const QString& b)
+{
+    const QChar delimiter = QLatin1Char('/');
+    return compareFolders(a.constData(), int(a.size()), &delimiter, b.constData(), int(b.size()), &delimiter);
+}
+
+template<typename Item>
+QStringList paths(const QList<QSharedPointer<Item>>& items)
+{
+    QStringList result;
+    for (const auto& item : items)
+        result.append(item->path());
+    return result;
+}
+
+template<typename T>
+QList<T> shuffled(QList<T> list)
+{
+    std::shuffle(list.begin(), list.end(), *QRandomGenerator::global());
+    return list;
+}
+
+} // namespace
+
+void TestListOrdering::compareFolders_data()
+{
+    QTest::addColumn<QString>("a");
+    QTest::addColumn<QString>("b");
+    QTest::addColumn<int>("expected");
+    // The shorter path counts as ending with its delimiter.
+    QTest::newRow("hyphen below the delimiter") << "/x/a" << "/x/a-b" << int('/') - int('-');
+    QTest::newRow("digit above the delimiter") << "/x/a" << "/x/a0" << int('/') - int('0');
+    QTest::newRow("descendant behind its folder") << "/x/a" << "/x/a/b" << -2;
+    QTest::newRow("descendant before the next sibling") << "/x/a/b" << "/x/a0" << int('/') - int('0');
+    QTest::newRow("equal") << "/x/a" << "/x/a" << 0;
+    QTest::newRow("trailing delimiter is longer") << "/x/a/" << "/x/a" << 1;
+    QTest::newRow("trailing delimiter, other side") << "/x/a" << "/x/a/" << -1;
+    QTest::newRow("key with trailing delimiter before descendant") << "a/" << "a/b" << -1;
+    QTest::newRow("key with trailing delimiter after hyphen") << "a/" << "a-b" << int('/') - int('-');
+    QTest::newRow("plain difference") << "/x/b" << "/x/a" << 1;
+    QTest::newRow("empty") << "" << "" << 0;
+}
+
+void TestListOrdering::compareFolders()
+{
+    QFETCH(QString, a);
+    QFETCH(QString, b);
+    QFETCH(int, expected);
+    QCOMPARE(compare(a, b), expected);
+}
+
+void TestListOrdering::foldersSortWithDescendantsBehind()
+{
+    const QStringList expected{"/t/a-b", "/t/a", "/t/a/b-c", "/t/a/b", "/t/a/b/c", "/t/a/b0",
+                               "/t/a/c", "/t/a0", "/t/b"};
+    QList<QSharedPointer<AbstractFolder>> folders;
+    for (const QString& path : expected)
+        folders.append(folder(path));
+    for (int round = 0; round < 5; ++round) {
+        QList<QSharedPointer<AbstractFolder>> list = shuffled(folders);
+        sortFolderPtrList(&list);
+        QCOMPARE(paths(list), expected);
+    }
+}
+
+void TestListOrdering::filesSortByFolderNameThenNewest()
+{
+    const QList<QSharedPointer<AbstractFile>> expected{
+        file("/t/B"),         file("/t/a"),           file("/t/v", 300),   file("/t/v", 200),
+        file("/t/v", 100),    file("/t/z"),           file("/t/a-b/z"),    file("/t/a/y"),
+        file("/t/a/b/x"),     file("/t/a0/a")};
+    for (int round = 0; round < 5; ++round) {
+        QList<QSharedPointer<AbstractFile>> list = shuffled(expected);
+        sortFilePtrList(&list);
+        QCOMPARE(list, expected);
+    }
+}
+
+void TestListOrdering::comparisonsAllocateNothing()
+{
+    QVERIFY(installHooks());
+    const auto folderA = folder("/t/a/b/c");
+    const auto folderB = folder("/t/a-b");
+    const auto fileA = file("/t/a/b/name");
+    const auto fileB = file("/t/a/b/other");
+    const auto versionA = file("/t/a/b/name", 5);
+    const QString a = folderA->path();
+    const QString b = folderB->path();
+    // The counter itself works: a real allocation is seen.
+    allocations = 0;
+    counting = true;
+    QString grown = a + b;
+    counting = false;
+    QVERIFY(allocations.load() > 0);
+
+    allocations = 0;
+    counting = true;
+    int sink = 0;
+    for (int i = 0; i < 100; ++i) {
+        sink += compare(a, b);
+        sink += folderPtrLessThan(folderA, folderB) ? 1 : 0;
+        sink += compareFiles(fileA, fileB);
+        sink += compareFiles(fileA, versionA);
+    }
+    counting = false;
+    QCOMPARE(allocations.load(), 0);
+    QVERIFY(sink != 0);
+}
+
+QTEST_GUILESS_MAIN(TestListOrdering)
+#include "tst_listordering.moc"
