@@ -1,5 +1,7 @@
 #include "operations/localoperationrunner.h"
 
+#include "items/driver.h"
+
 #include <mntent.h>
 
 #include <QCryptographicHash>
@@ -132,7 +134,7 @@ void LocalOperationRunner::deleteFile(DeleteLocalFileAtomicOperation* op)
 
 void LocalOperationRunner::driveList(LocalDriveListAtomicOperation* op)
 {
-    const QChar delimiter = localDelimiter();
+    const QChar delimiter = Driver::localDelimiter();
     QList<QSharedPointer<Drive>> found;
     const QFileInfoList roots = QDir::drives();
     for (const QFileInfo& root : roots)

@@ -49,7 +49,6 @@ private:
     void compteMd5CheckSum(LocalMd5AtomicOperation* op);
 
     // The separator of local paths.
-    static QChar localDelimiter() { return QLatin1Char('/'); }
 
     AbstractLocalOperation* m_op;
     bool m_logEnabled;

@@ -2,6 +2,7 @@
 
 #include "cloud/abstractwebserviceoperation.h"
 #include "net/httpheader.h"
+#include "net/timeoffset.h"
 #include "util/brindlelib.h"
 
 namespace WebRetryPolicy {
@@ -45,6 +46,9 @@ Decision decide(AbstractWebServiceOperation* op)
         return Retry;
     const int status = header.statusCode();
     if (!error.isNull() && isRetriableAnswer(status, error.code())) {
+        // The clone is signed anew, with the corrected clock.
+        if (status == 403)
+            BrindleLib::setTimeOffset(TimeOffset::computeTimeOffset());
         return Retry;
     }
     if (status >= 300 && status <= 399)

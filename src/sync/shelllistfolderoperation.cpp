@@ -26,8 +26,10 @@ void ShellListFolderOperation::prepareFirstOperation()
                                                   ignoreSymLinks, filter));
         break;
     case AbstractFS::CloudClass:
-        // Buckets and cloud folders are listed by the web listing group,
-        // which this build does not have yet.
+        // Until the web listing is here, an empty answer would read as an
+        // empty store and the sync would act on it: fail instead.
+        setError(OpError(OpError::GeneralError, QString(),
+                         tr("Listing %1 is not supported yet").arg(folder->displayPath()), QString()));
         break;
     }
 }

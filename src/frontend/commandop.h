@@ -1,0 +1,48 @@
+#ifndef COMMANDOP_H
+#define COMMANDOP_H
+
+#include <QSharedPointer>
+
+#include "items/abstractaccount.h"
+#include "items/abstractfolder.h"
+#include "operations/abstractshelloperation.h"
+
+// The root of a command: lists the local drives, then the account's
+// buckets, so that paths can be resolved into items under those roots.
+class CommandOp : public AbstractShellOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(CommandOp)
+
+public:
+    enum RootTag { LocalRootsTag = 1, AccountRootsTag = 2 };
+
+    CommandOp(OperationGroup* parent, int port, bool listLocalRoots, bool listAccountRoots);
+
+    QString name() const override;
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+    QString sourceDisplayPath() const override { return QString(); }
+    QString destinationDisplayPath() const override { return QString(); }
+    bool isEffectiveOperation() const override { return false; }
+
+    QSharedPointer<AbstractAccount> account() const;
+    void setAccount(const QSharedPointer<AbstractAccount>& account);
+    QList<QSharedPointer<AbstractFolder>> roots() const { return m_roots; }
+    // The item for a path as a user writes it, or null.
+    QSharedPointer<AbstractItem> itemFromDisplayPath(const QString& path) const;
+
+protected:
+    bool makeRoot2();
+    int port() const { return m_port; }
+
+private:
+    void collectRoots(OperationGroup* listing);
+
+    int m_port;
+    QList<QSharedPointer<AbstractFolder>> m_roots;
+    QSharedPointer<AbstractAccount> m_account;
+    bool m_listLocalRoots;
+    bool m_listAccountRoots;
+};
+
+#endif

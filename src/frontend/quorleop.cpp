@@ -1,0 +1,56 @@
+#include "frontend/quorleop.h"
+
+#include "items/driver.h"
+#include "sync/shellsynccontaineroperation.h"
+
+namespace {
+// The account's buckets join the roots once the store can be listed.
+const bool global_listAccountRoots = false;
+} // namespace
+
+QuorleOp::QuorleOp(OperationGroup* parent, const QString& source, const QString& destination,
+                   const SyncJob& job, const ClientSideEncryption& clientSideEncryption,
+                   const ServerSideEncryption& serverSideEncryption, const StorageDirective& storageDirective,
+                   const Multipart& multipart, const DecryptionPasswords& decryptionPasswords, int port)
+    : CommandOp(parent, port, true, global_listAccountRoots), m_syncJob(job), m_clientSideEncryption(clientSideEncryption),
+      m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective),
+      m_normalizedSource(Driver::normalizeFolder(source)),
+      m_normalizedDestination(Driver::normalizeFolder(destination)), m_source(source),
+      m_destination(destination), m_multipart(multipart), m_decryptionPasswords(decryptionPasswords)
+{
+}
+
+bool QuorleOp::prepareNextOperation(AbstractOperation* child)
+{
+    if (CommandOp::prepareNextOperation(child))
+        return true;
+    if (!child->error().isNull())
+        return true;
+    if (child->type() == ShellSyncContainerType)
+        return true;
+    startSync();
+    return true;
+}
+
+QSharedPointer<AbstractFolder> QuorleOp::resolveFolder(const QString& normalized, const QString& typed)
+{
+    // Taken as a folder without a look at its kind.
+    QSharedPointer<AbstractFolder> folder = itemFromDisplayPath(normalized).staticCast<AbstractFolder>();
+    if (!folder)
+        setError(OpError(OpError::GeneralError, QString(), tr("Folder '%1' not found").arg(typed), QString()));
+    return folder;
+}
+
+void QuorleOp::startSync()
+{
+    // The source is resolved first: when both are wrong only it is named.
+    const QSharedPointer<AbstractFolder> source = resolveFolder(m_normalizedSource, m_source);
+    if (!source)
+        return;
+    const QSharedPointer<AbstractFolder> destination = resolveFolder(m_normalizedDestination, m_destination);
+    if (!destination)
+        return;
+    append(new ShellSyncContainerOperation(this, nullptr, source, destination, m_syncJob, m_clientSideEncryption,
+                                           m_serverSideEncryption, m_storageDirective, m_multipart,
+                                           m_decryptionPasswords));
+}

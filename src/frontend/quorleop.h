@@ -1,0 +1,44 @@
+#ifndef QUORLEOP_H
+#define QUORLEOP_H
+
+#include "crypto/clientsideencryption.h"
+#include "crypto/multipart.h"
+#include "crypto/password.h"
+#include "crypto/serversideencryption.h"
+#include "crypto/storagedirective.h"
+#include "frontend/commandop.h"
+#include "frontend/syncjob.h"
+
+// The root of a sync run: once the roots are listed it resolves the two
+// paths and appends the sync of the two folders.
+class QuorleOp : public CommandOp
+{
+    Q_DECLARE_TR_FUNCTIONS(QuorleOp)
+
+public:
+    QuorleOp(OperationGroup* parent, const QString& source, const QString& destination, const SyncJob& job,
+             const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
+             const StorageDirective& storageDirective, const Multipart& multipart,
+             const DecryptionPasswords& decryptionPasswords, int port);
+
+    int type() const override { return QuorleOpType; }
+    QString name() const override { return QStringLiteral("quorle"); }
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+private:
+    QSharedPointer<AbstractFolder> resolveFolder(const QString& normalized, const QString& typed);
+    void startSync();
+
+    SyncJob m_syncJob;
+    ClientSideEncryption m_clientSideEncryption;
+    ServerSideEncryption m_serverSideEncryption;
+    StorageDirective m_storageDirective;
+    QString m_normalizedSource;
+    QString m_normalizedDestination;
+    QString m_source;
+    QString m_destination;
+    Multipart m_multipart;
+    DecryptionPasswords m_decryptionPasswords;
+};
+
+#endif

@@ -1,0 +1,96 @@
+#include "sync/comparefilecontentforsyncoperation.h"
+
+#include "items/localfile.h"
+#include "operations/localmd5atomicoperation.h"
+
+CompareFileContentForSyncOperation::CompareFileContentForSyncOperation(
+    OperationGroup* parent, const QSharedPointer<AbstractFile>& source,
+    const QSharedPointer<AbstractFile>& destination, const QSharedPointer<AbstractFolder>& destinationFolder)
+    : OperationGroup(parent), m_source(source), m_destination(destination), m_destinationFolder(destinationFolder)
+{
+    if (m_source->fileSystemClass() == AbstractFS::CloudClass)
+        appendSourceOp();
+    else
+        appendDestinationOp();
+}
+
+void CompareFileContentForSyncOperation::appendSourceOp()
+{
+    appendSideOp(m_source, SourceTag);
+}
+
+void CompareFileContentForSyncOperation::appendDestinationOp()
+{
+    appendSideOp(m_destination, DestinationTag);
+}
+
+void CompareFileContentForSyncOperation::appendSideOp(const QSharedPointer<AbstractFile>& file, Side side)
+{
+    AbstractOperation* op = nullptr;
+    if (file->itemType() == AbstractItem::CloudFileItem) {
+        // Reading an object's head joins with the store's object operations;
+        // until then a cloud twin is never taken as equal.
+        setError(OpError(OpError::GeneralError, QString(),
+                         QStringLiteral("Cannot read the object's properties: %1").arg(file->displayPath()),
+                         QString()));
+        return;
+    } else if (file->itemType() == AbstractItem::LocalFileItem) {
+        op = new LocalMd5AtomicOperation(this, file);
+    }
+    if (!op)
+        return;
+    op->setTag(side);
+    append(op);
+}
+
+bool CompareFileContentForSyncOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    if (child->type() == LocalMd5AtomicType) {
+        if (child->error().isNull())
+            md5Finished(child);
+        return true;
+    }
+    return false;
+}
+
+void CompareFileContentForSyncOperation::md5Finished(AbstractOperation* child)
+{
+    auto* md5 = static_cast<LocalMd5AtomicOperation*>(child);
+    // A size that changed since the listing is noticed here.
+    const QSharedPointer<AbstractFile> file = child->tag() == SourceTag ? m_source : m_destination;
+    file.staticCast<LocalFile>()->refreshSize();
+    sideKnown(Side(child->tag()), md5->md5, file->size(), false);
+}
+
+void CompareFileContentForSyncOperation::sideKnown(Side side, const QByteArray& md5, qint64 size,
+                                                   bool checkListedSize)
+{
+    SideState& mine = m_sides[side - 1];
+    mine.md5 = md5;
+    mine.size = size;
+    mine.done = true;
+    const QSharedPointer<AbstractFile>& other = side == SourceTag ? m_destination : m_source;
+    // The listed size of a local twin settles a difference without reading it.
+    if (checkListedSize && other->fileSystemClass() == AbstractFS::LocalClass && other->size() != size) {
+        m_identical = false;
+        return;
+    }
+    if (!m_sides[2 - side].done) {
+        if (side == SourceTag)
+            appendDestinationOp();
+        else
+            appendSourceOp();
+        return;
+    }
+    compare();
+}
+
+void CompareFileContentForSyncOperation::compare()
+{
+    const SideState& source = m_sides[0];
+    const SideState& destination = m_sides[1];
+    if (source.size != destination.size || source.md5 != destination.md5)
+        m_identical = false;
+}

@@ -1,0 +1,56 @@
+#ifndef COMPAREFILECONTENTFORSYNCOPERATION_H
+#define COMPAREFILECONTENTFORSYNCOPERATION_H
+
+#include <QSharedPointer>
+
+#include "items/abstractfile.h"
+#include "items/abstractfolder.h"
+#include "operations/operationgroup.h"
+
+// Do a source file and a destination file hold the same content? Each side
+// stands as a size and an MD5: computed from a local file, read from a cloud
+// object's head. A cloud side is asked first: a head is cheap, reading a
+// local file is not, and a difference in size spares the read.
+class CompareFileContentForSyncOperation : public OperationGroup
+{
+public:
+    enum Side { SourceTag = 1, DestinationTag = 2 };
+
+    CompareFileContentForSyncOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& source,
+                                       const QSharedPointer<AbstractFile>& destination,
+                                       const QSharedPointer<AbstractFolder>& destinationFolder);
+
+    int type() const override { return CompareFileContentForSyncType; }
+    QString name() const override { return QStringLiteral("Compare"); }
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+    QSharedPointer<AbstractFile> source() const { return m_source; }
+    QSharedPointer<AbstractFile> destination() const { return m_destination; }
+    QSharedPointer<AbstractFolder> destinationFolder() const { return m_destinationFolder; }
+    // Valid only when the group has no error.
+    bool identical() const { return m_identical; }
+
+private:
+    struct SideState
+    {
+        QByteArray md5;
+        qint64 size = -1;
+        bool done = false;
+    };
+
+    void appendSourceOp();
+    void appendDestinationOp();
+    void appendSideOp(const QSharedPointer<AbstractFile>& file, Side side);
+    void md5Finished(AbstractOperation* child);
+    // Records one side and goes on with the other, or compares.
+    void sideKnown(Side side, const QByteArray& md5, qint64 size, bool checkListedSize);
+    void compare();
+
+    QSharedPointer<AbstractFile> m_source;
+    QSharedPointer<AbstractFile> m_destination;
+    QSharedPointer<AbstractFolder> m_destinationFolder;
+    SideState m_sides[2];
+    bool m_identical = true;
+};
+
+#endif

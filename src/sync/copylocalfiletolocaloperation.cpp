@@ -1,0 +1,136 @@
+#include "sync/copylocalfiletolocaloperation.h"
+
+#include <QFileInfo>
+
+#include "operations/copylocalfiletolocalatomicoperation.h"
+#include "operations/localmd5atomicoperation.h"
+#include "operations/overwriteconfirmoperation.h"
+
+namespace {
+bool overwrites(BrindleLib::OverwriteMode mode)
+{
+    return mode == BrindleLib::OverwriteOnce || mode == BrindleLib::OverwriteAlways;
+}
+
+bool skips(BrindleLib::OverwriteMode mode)
+{
+    return mode == BrindleLib::SkipOnce || mode == BrindleLib::SkipAlways;
+}
+} // namespace
+
+CopyLocalFileToLocalOperation::CopyLocalFileToLocalOperation(
+    OperationGroup* parent, const QSharedPointer<LocalFile>& source,
+    const QSharedPointer<AbstractLocalContainer>& destination, const QString& fileName, bool deleteSource,
+    bool compareBeforeAsking, bool failIfExists)
+    : OperationGroup(parent), m_source(source), m_destination(destination), m_deleteSource(deleteSource),
+      m_compareBeforeAsking(compareBeforeAsking), m_fileName(fileName), m_failIfExists(failIfExists)
+{
+}
+
+BrindleLib::OverwriteMode CopyLocalFileToLocalOperation::topLevelOverwriteMode()
+{
+    AbstractOperation* top = topLevelOperation();
+    return top->isGroup() ? static_cast<OperationGroup*>(top)->overwriteMode() : BrindleLib::OverwriteAsk;
+}
+
+void CopyLocalFileToLocalOperation::prepareFirstOperation()
+{
+    QSharedPointer<LocalFile> target(new LocalFile(m_destination, m_fileName));
+    if (!QFileInfo(target->path()).exists()) {
+        copyFile();
+        return;
+    }
+    if (m_failIfExists) {
+        setError(OpError(OpError::GeneralError, QString(),
+                         tr("A file named '%1' already exists in '%2'.").arg(m_source->name(), m_destination->name()),
+                         QString()));
+        return;
+    }
+    m_existingFile = target;
+    const BrindleLib::OverwriteMode mode = topLevelOverwriteMode();
+    if (mode != BrindleLib::OverwriteAsk) {
+        decide(mode);
+        return;
+    }
+    if (!m_compareBeforeAsking) {
+        confirm();
+        return;
+    }
+    const QSharedPointer<AbstractFile> files[] = {m_source, m_existingFile};
+    for (int tag = 1; tag <= 2; ++tag) {
+        auto* md5 = new LocalMd5AtomicOperation(this, files[tag - 1]);
+        md5->setTag(tag);
+        append(md5);
+    }
+}
+
+// Skip or overwrite by a mode that is already known.
+void CopyLocalFileToLocalOperation::decide(BrindleLib::OverwriteMode mode)
+{
+    if (skips(mode))
+        m_transferSkipped = true;
+    else if (overwrites(mode))
+        copyFile();
+}
+
+void CopyLocalFileToLocalOperation::copyFile()
+{
+    append(new CopyLocalFileToLocalAtomicOperation(this, m_source, m_destination, m_deleteSource, m_fileName));
+}
+
+void CopyLocalFileToLocalOperation::confirm()
+{
+    const BrindleLib::OverwriteMode mode = overwriteMode();
+    if (overwrites(mode)) {
+        copyFile();
+    } else if (mode == BrindleLib::OverwriteAsk) {
+        m_existingFile->refreshSize();
+        append(new OverwriteConfirmOperation);
+    }
+}
+
+bool CopyLocalFileToLocalOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    switch (child->type()) {
+    case OverwriteConfirmType: {
+        const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
+        setOverwriteMode(answer);
+        if (overwrites(answer))
+            copyFile();
+        else
+            m_transferSkipped = true;
+        // An answer "always" holds for the rest of the run.
+        AbstractOperation* top = topLevelOperation();
+        if ((answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways) && top->isGroup())
+            static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
+        break;
+    }
+    case LocalMd5AtomicType:
+        md5Finished(child);
+        break;
+    case CopyLocalFileToLocalAtomicType:
+        if (child->error().isNull())
+            m_copiedLocalFile =
+                static_cast<CopyLocalFileToLocalAtomicOperation*>(child)->destinationFile.staticCast<LocalFile>();
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void CopyLocalFileToLocalOperation::md5Finished(AbstractOperation* child)
+{
+    if (!child->error().isNull())
+        return;
+    const QByteArray md5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;
+    (child->tag() == 1 ? m_sourceMd5 : m_targetMd5) = md5;
+    if (m_sourceMd5.isEmpty() || m_targetMd5.isEmpty())
+        return;
+    if (m_sourceMd5 == m_targetMd5)
+        m_transferSkipped = true;
+    else
+        confirm();
+}

@@ -1,0 +1,101 @@
+#ifndef SHELLSYNCCONTAINEROPERATION_H
+#define SHELLSYNCCONTAINEROPERATION_H
+
+#include <QHash>
+#include <QSharedPointer>
+
+#include "crypto/clientsideencryption.h"
+#include "crypto/multipart.h"
+#include "crypto/password.h"
+#include "crypto/serversideencryption.h"
+#include "crypto/storagedirective.h"
+#include "frontend/syncjob.h"
+#include "items/abstractfile.h"
+#include "items/abstractfolder.h"
+#include "operations/abstractshelloperation.h"
+
+// Brings one destination folder into line with one source folder. The top
+// operation checks both roots, lists both whole trees once and walks them
+// together; every folder pair that needs a closer look gets a sub-operation
+// holding its slices of the sorted lists.
+class ShellSyncContainerOperation : public AbstractShellOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(ShellSyncContainerOperation)
+
+public:
+    using FolderList = QList<QSharedPointer<AbstractFolder>>;
+    using FileList = QList<QSharedPointer<AbstractFile>>;
+
+    enum Tag { SourceExistsTag = 1, DestinationExistsTag = 2, SourceListTag = 5, DestinationListTag = 6 };
+
+    // The top of a tree: the roots are checked and listed first.
+    ShellSyncContainerOperation(OperationGroup* parent, AbstractShellOperation* shellOperation,
+                                const QSharedPointer<AbstractFolder>& source,
+                                const QSharedPointer<AbstractFolder>& destination, const SyncJob& job,
+                                const ClientSideEncryption& clientSideEncryption,
+                                const ServerSideEncryption& serverSideEncryption,
+                                const StorageDirective& storageDirective, const Multipart& multipart,
+                                const DecryptionPasswords& decryptionPasswords);
+    // A sub-folder, with its slices of the listings; does its work at once.
+    ShellSyncContainerOperation(OperationGroup* parent, AbstractShellOperation* shellOperation,
+                                const QSharedPointer<AbstractFolder>& source,
+                                const QSharedPointer<AbstractFolder>& destination, const SyncJob& job,
+                                const FolderList& sourceFolders, const FileList& sourceFiles,
+                                const FolderList& destinationFolders, const FileList& destinationFiles,
+                                bool createDestination, const ClientSideEncryption& clientSideEncryption,
+                                const ServerSideEncryption& serverSideEncryption,
+                                const StorageDirective& storageDirective, const Multipart& multipart,
+                                const DecryptionPasswords& decryptionPasswords);
+
+    int type() const override { return ShellSyncContainerType; }
+    QString name() const override;
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+    QString sourceDisplayPath() const override { return m_source->displayPath(); }
+    QString destinationDisplayPath() const override { return m_destination->displayPath(); }
+    bool isEffectiveOperation() const override { return true; }
+
+    static QString _compareStr;
+
+private:
+    using FileHash = QHash<QString, QSharedPointer<AbstractFile>>;
+
+    void list();
+    void takeListing(AbstractOperation* child, FolderList& folders, FileList& files, bool& listed);
+    void existsChecked(AbstractOperation* child, const QSharedPointer<AbstractFolder>& folder);
+    void processFolder();
+    static FileHash takeDirectFiles(const QSharedPointer<AbstractFolder>& folder, FileList& files);
+    void syncFiles(const FileHash& sourceHash, const FileHash& destinationHash);
+    void syncFilePair(const QSharedPointer<AbstractFile>& source, const QSharedPointer<AbstractFile>& dest);
+    void mergeFolderStep();
+    static void takeSlice(const QSharedPointer<AbstractFolder>& folder, FolderList& folders, FileList& files,
+                          FolderList& folderSlice, FileList& fileSlice);
+    void appendSubOperation(const QSharedPointer<AbstractFolder>& source,
+                            const QSharedPointer<AbstractFolder>& destination, const FolderList& sourceFolders,
+                            const FileList& sourceFiles, const FolderList& destinationFolders,
+                            const FileList& destinationFiles, bool createDestination);
+    void appendCreateDestination();
+    void scheduleCopy(const QSharedPointer<AbstractFile>& file);
+    bool hasOption(SyncJob::Option option) const { return m_syncJob.options().testFlag(option); }
+    AbstractShellOperation* shellOperationForChildren() const;
+
+    AbstractShellOperation* m_shellOperation;
+    QSharedPointer<AbstractFolder> m_source;
+    QSharedPointer<AbstractFolder> m_destination;
+    bool m_sourceListed = false;
+    bool m_destinationListed = false;
+    SyncJob m_syncJob;
+    bool m_subOperation = false;
+    FolderList m_sourceFolders;
+    FileList m_sourceFiles;
+    FolderList m_destinationFolders;
+    FileList m_destinationFiles;
+    bool m_createDestination = false;
+    ClientSideEncryption m_clientSideEncryption;
+    ServerSideEncryption m_serverSideEncryption;
+    StorageDirective m_storageDirective;
+    Multipart m_multipart;
+    DecryptionPasswords m_decryptionPasswords;
+};
+
+#endif

@@ -1,0 +1,156 @@
+#include <QtTest>
+
+#include "testsupport.h"
+
+// The command line as a user meets it: the real binary, its streams and exit codes.
+class TestCommandLine : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void rejectedArguments_data();
+    void rejectedArguments();
+    void screens_data();
+    void screens();
+    void helpScreenLines_data();
+    void helpScreenLines();
+
+private:
+    QString m_existing;
+    QTemporaryDir m_dir;
+};
+
+void TestCommandLine::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_existing = m_dir.path();
+}
+
+namespace {
+const QByteArray helpStart = "\nquorle [options] source destination\n\nOPTIONS :\n";
+
+enum Stream { Out, Err };
+} // namespace
+
+void TestCommandLine::rejectedArguments_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<bool>("withKeys");
+    QTest::addColumn<int>("stream");
+    QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<bool>("helpFollows");
+
+    // Common options: the message alone, on standard error.
+    QTest::newRow("threads zero") << QStringList{"-t", "0", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
+    QTest::newRow("threads not a number") << QStringList{"--THREADS", "x", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --THREADS x") << false;
+    QTest::newRow("threads too many") << QStringList{"-t", "32769", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument -t 32769") << false;
+    QTest::newRow("port zero") << QStringList{"--port", "0", "a", "b"} << true << int(Err) << QByteArray("\nInvalid port") << false;
+    QTest::newRow("port too high") << QStringList{"--port", "65536", "a", "b"} << true << int(Err) << QByteArray("\nInvalid port") << false;
+    QTest::newRow("port text") << QStringList{"a", "b", "--port", "x"} << true << int(Err) << QByteArray("\nInvalid port") << false;
+    QTest::newRow("port at end") << QStringList{"a", "b", "--port"} << true << int(Err) << QByteArray("\nInvalid port") << false;
+    QTest::newRow("encrypt at end") << QStringList{"a", "b", "-e"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("unknown cipher") << QStringList{"-e", "foo", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument foo ") << false;
+    QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
+    QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("no access key") << QStringList{"a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
+    QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    // Sync options: the message on standard output, then the help screen.
+    QTest::newRow("unknown option") << QStringList{"-x", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : -x") << true;
+    QTest::newRow("third path") << QStringList{"a", "b", "c"} << true << int(Out) << QByteArray("\nInvalid arguments : c") << true;
+    QTest::newRow("one path") << QStringList{"a"} << true << int(Out) << QByteArray("\nInvalid arguments : ") << true;
+    QTest::newRow("plain symbolic-links") << QStringList{"--symbolic-links", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : --symbolic-links") << true;
+    QTest::newRow("upper-case -L") << QStringList{"-L", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : -L") << true;
+    QTest::newRow("filter without value") << QStringList{"a", "b", "--include-cs-filename"} << true << int(Out) << QByteArray("\nInvalid arguments : --include-cs-filename") << true;
+    // An ill-formed filter: option and value glued, no help.
+    QTest::newRow("upper-case filter word") << QStringList{"--INCLUDE-cs-filename", "x", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : --INCLUDE-cs-filenamex") << false;
+    QTest::newRow("unknown filter word") << QStringList{"--exclude-cs-globname", "-x", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : --exclude-cs-globname-x") << false;
+}
+
+void TestCommandLine::rejectedArguments()
+{
+    QFETCH(QStringList, args);
+    QFETCH(bool, withKeys);
+    QFETCH(int, stream);
+    QFETCH(QByteArray, message);
+    QFETCH(bool, helpFollows);
+
+    QProcessEnvironment env = envWithKeys();
+    if (!withKeys)
+        env.remove("QUORLES_ACCESS_KEY");
+    const ToolRun run = runTool(args, env);
+    QVERIFY(!run.crashed);
+    QCOMPARE(run.exitCode, 1);
+    const QByteArray& text = stream == Out ? run.out : run.err;
+    const QByteArray& other = stream == Out ? run.err : run.out;
+    QVERIFY2(text.startsWith(message), text.left(200).constData());
+    if (helpFollows)
+        QCOMPARE(text.mid(message.size(), helpStart.size()), helpStart);
+    else
+        QCOMPARE(text, message);
+    QCOMPARE(other, QByteArray());
+}
+
+void TestCommandLine::screens_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("start");
+
+    QTest::newRow("no arguments") << QStringList{} << 1 << helpStart;
+    QTest::newRow("-h") << QStringList{"-h", "a", "b"} << 0 << helpStart;
+    QTest::newRow("--HELP") << QStringList{"--HELP"} << 0 << helpStart;
+    QTest::newRow("-V") << QStringList{"-V"} << 0 << QByteArray("\nquorle v1.31\n");
+    QTest::newRow("--version before bad option") << QStringList{"--version", "-t", "0"} << 0 << QByteArray("\nquorle v1.31\n");
+}
+
+void TestCommandLine::screens()
+{
+    QFETCH(QStringList, args);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, start);
+    // The screens need no keys.
+    QProcessEnvironment env = envWithKeys();
+    env.remove("QUORLES_ACCESS_KEY");
+    env.remove("QUORLES_SECRET_KEY");
+    const ToolRun run = runTool(args, env);
+    QCOMPARE(run.exitCode, exitCode);
+    QVERIFY(run.out.startsWith(start));
+    QCOMPARE(run.err, QByteArray());
+    if (start == helpStart)
+        QVERIFY(run.out.endsWith("# quorle s3://mybucket/documents/ /home/robin/documents/\n\n"));
+    else
+        QVERIFY(run.out.endsWith("This software is freeware, it comes with ABSOLUTELY NO WARRANTY of any kind.\n"));
+}
+
+void TestCommandLine::helpScreenLines_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("2") << 2 << "";
+    QTest::newRow("8") << 8 << "-t --threads                  Number of concurrent connections (default: 4)";
+    QTest::newRow("14") << 14 << "-h --hidden-files             Include hidden files.";
+    QTest::newRow("52") << 52 << "                              separator, not backslash (\\).";
+    QTest::newRow("53") << 53 << "";
+    QTest::newRow("55") << 55 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
+    QTest::newRow("78") << 78 << "                              aes-128-ofb  28 bit AES in OFB mode";
+    QTest::newRow("86") << 86 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
+    QTest::newRow("93") << 93 << "                              (Amazon S3 Only)";
+    QTest::newRow("115") << 115 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
+    QTest::newRow("119") << 119 << "";
+}
+
+// 119 lines, each printed with its line feed in front.
+void TestCommandLine::helpScreenLines()
+{
+    QFETCH(int, number);
+    QFETCH(QString, line);
+    const ToolRun run = runTool({"--help"}, envWithKeys());
+    const QStringList lines = QString::fromUtf8(run.out).split('\n');
+    QCOMPARE(lines.size(), 120);
+    QCOMPARE(lines.first(), QString());
+    QCOMPARE(lines.at(number), line);
+}
+
+QTEST_GUILESS_MAIN(TestCommandLine)
+#include "tst_commandline.moc"
