@@ -67,8 +67,8 @@ void TestXmlReaders::errorDocument_data()
 
     QTest::newRow("aws redirect with endpoint")
         << recordedAnswer("error-aws-redirect.xml") << "PermanentRedirect"
-        << "The bucket you are attempting to access must be addressed using the specified "
-           "endpoint. Please send all future requests to this endpoint."
+        << "The bucket you are attempting to access must be addressed using the endpoint below. "
+           "Please send all future requests to it."
         << "photo-archive.s3-eu-west-1.amazonaws.com" << " <RequestId>4442587FB7D0A2F9</RequestId>";
     QTest::newRow("rgw empty message") << recordedAnswer("error-rgw-nosuchbucket.xml") << "NoSuchBucket"
                                        << "" << "" << " <BucketName>missing</BucketName>";
@@ -77,9 +77,9 @@ void TestXmlReaders::errorDocument_data()
         << "AccessDenied" << "" << "" << " <Code>AccessDenied</Code>";
     QTest::newRow("s3rver namespace")
         << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Error xmlns=\"http://doc.s3."
-                      "amazonaws.com/2006-03-01/\"><Code>NoSuchKey</Code><Message>The specified "
-                      "key does not exist.</Message><Key>a b</Key><RequestId>0</RequestId></Error>")
-        << "NoSuchKey" << "The specified key does not exist." << "" << " <Key>a b</Key>";
+                      "amazonaws.com/2006-03-01/\"><Code>NoSuchKey</Code><Message>The resource "
+                      "you requested does not exist</Message><Key>a b</Key><RequestId>0</RequestId></Error>")
+        << "NoSuchKey" << "The resource you requested does not exist" << "" << " <Key>a b</Key>";
     QTest::newRow("namespace prefix")
         << QByteArray("<s3:Error xmlns:s3=\"http://s3.amazonaws.com/doc/2006-03-01/\">"
                       "<s3:Code>SignatureDoesNotMatch</s3:Code><s3:Message>The request signature "
