@@ -1,5 +1,38 @@
 #include "cloud/abstractwebserviceoperation.h"
 
+bool AbstractWebServiceOperation::initializeResponseDataDevice()
+{
+    clearResponseData();
+    return true;
+}
+
+void AbstractWebServiceOperation::dataReceived(const QByteArray& data)
+{
+    FastMutexLocker locker(m_webMutex);
+    m_responseData += data;
+}
+
+void AbstractWebServiceOperation::setRequestData(const QByteArray& data)
+{
+    FastMutexLocker locker(m_webMutex);
+    m_requestData = data;
+}
+
+void AbstractWebServiceOperation::makeRequestHeader()
+{
+    // Built outside the lock: prepareRequestHeader reads this operation's fields.
+    HttpRequestHeader header;
+    prepareRequestHeader(header);
+    FastMutexLocker locker(m_webMutex);
+    m_requestHeader = header;
+}
+
+HttpRequestHeader AbstractWebServiceOperation::httpRequestHeader() const
+{
+    FastMutexLocker locker(m_webMutex);
+    return m_requestHeader;
+}
+
 HttpResponseHeader AbstractWebServiceOperation::httpResponseHeader() const
 {
     FastMutexLocker locker(m_webMutex);
@@ -10,6 +43,24 @@ void AbstractWebServiceOperation::setHttpResponseHeader(const HttpResponseHeader
 {
     FastMutexLocker locker(m_webMutex);
     m_responseHeader = header;
+}
+
+QByteArray AbstractWebServiceOperation::responseData() const
+{
+    FastMutexLocker locker(m_webMutex);
+    return m_responseData;
+}
+
+QByteArray AbstractWebServiceOperation::requestData() const
+{
+    FastMutexLocker locker(m_webMutex);
+    return m_requestData;
+}
+
+void AbstractWebServiceOperation::clearResponseData()
+{
+    FastMutexLocker locker(m_webMutex);
+    m_responseData.clear();
 }
 
 int AbstractWebServiceOperation::redirectCount() const

@@ -23,6 +23,9 @@ public:
 
     void append(const HttpField& field);
     void append(const Metadata& other);
+    // Adds the field at the end even when its name is held already: only for
+    // the lists that must keep a repeated name, such as the signed headers.
+    void appendDuplicate(const HttpField& field) { m_fields.append(field); }
     void remove(const QByteArray& key);
     void remove(const QList<QByteArray>& keys);
     void sort();

@@ -3,6 +3,7 @@
 
 #include <QAtomicInt>
 #include <QObject>
+#include <QString>
 
 #include "util/fastmutex.h"
 
@@ -10,10 +11,15 @@ class AbstractLocalOperation;
 class AbstractOperation;
 class AbstractShellOperation;
 class AbstractWebServiceOperation;
+class HttpClient;
+class HttpResponseHeader;
+class QTimer;
 
 // Carries out one atomic operation at a time on its own thread. The shell
 // calls execute() from the main thread; the work arrives here queued and the
-// result goes back by operationFinished.
+// result goes back by operationFinished. Web operations go through one HTTP
+// client that is kept across requests, so that consecutive requests to the
+// same host and port share a connection.
 class OperationHandler : public QObject
 {
     Q_OBJECT
@@ -40,6 +46,12 @@ Q_SIGNALS:
 public Q_SLOTS:
     void slotExecuteWsOperation(AbstractWebServiceOperation* op);
     void slotExecuteLocalOperation(AbstractLocalOperation* op);
+    void httpRequestStarted(int id, const QByteArray& header);
+    void httpRequestFinished(int id, bool failed);
+    void httpResponseHeaderReceived(const HttpResponseHeader& header);
+    void readData(const HttpResponseHeader& header);
+    void dataSendProgress(qint64 done, qint64 total);
+    void emitOperationProgress();
     void abortCurrentOp();
     void setLogEnabled(bool enabled);
 
@@ -51,10 +63,31 @@ protected:
 
 private:
     void setCurrentOperation(AbstractOperation* op);
+    // The client of this handler, made on first use on the handler's thread.
+    HttpClient* httpClient();
+    // Points the client at the target's host and port if they changed.
+    void connectTo(AbstractWebServiceOperation* op, const QUrl& target);
+    // The web operation whose request is under way, or null.
+    AbstractWebServiceOperation* currentWebOperation() const;
+    // Counts an upload's bytes up to the position of its body device.
+    void catchUpUploadProgress(AbstractWebServiceOperation* op);
+    void startProgressTimer();
+    void logRequestDescription(AbstractWebServiceOperation* op);
+    // A message head, one line after the other, each with prefix in front.
+    void logHead(AbstractOperation* op, const QByteArray& head, const QByteArray& prefix);
+    // A heading and, if the body is XML, the body indented.
+    void logBody(AbstractOperation* op, const QByteArray& heading, const QByteArray& body);
+    void failRequest(AbstractWebServiceOperation* op);
 
+    HttpClient* m_httpClient = nullptr;
+    QString m_lastHost;
+    int m_lastPort = 0;
+    qint64 m_sentBytes = 0;
+    QTimer* m_progressTimer;
     int m_lastShellOperationId = -1;
     AbstractOperation* m_currentOp = nullptr;
     mutable FastMutex m_mutex;
+    int m_requestId = 0;
     QAtomicInt m_logEnabled;
     QAtomicInt m_abortFlag;
 };

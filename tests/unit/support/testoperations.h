@@ -45,6 +45,12 @@ public:
     QString name() const override { return QStringLiteral("Fake web"); }
     bool isStorageOperation() const override { return m_storage; }
     FakeWebOperation* clone(OperationGroup* parent) const override;
+    QUrl url() const override { return QUrl(); }
+    HttpRequestHeader::Method method() const override { return HttpRequestHeader::GetMethod; }
+    bool processResponseData() override { return true; }
+    void prepareRequestHeader(HttpRequestHeader&) override {}
+    QUrl canonicalizedResource() const override { return QUrl(); }
+    QSharedPointer<AbstractAccount> account() const override { return {}; }
 
 private:
     bool m_storage;
