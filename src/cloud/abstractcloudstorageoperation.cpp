@@ -1,5 +1,7 @@
 #include "cloud/abstractcloudstorageoperation.h"
 
+#include "cloud/wsxmlstreamreader.h"
+
 #include <QCryptographicHash>
 #include <QDomDocument>
 #include <QLocale>
@@ -13,24 +15,7 @@ namespace {
 const int global_hmacBlockSize = 64;
 
 // The web address that the "User-Agent" header names.
-const char global_productAddress[] = "https://quorle.org";
-
-// The text of the next child element of the one the reader is in, and the
-// name of that child; an empty name at the end of the parent.
-QString readLeaf(QXmlStreamReader& reader, const QString& parent, QString& name)
-{
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (reader.isEndElement() && reader.name() == parent)
-            break;
-        if (reader.isStartElement()) {
-            name = reader.name().toString();
-            return reader.readElementText(QXmlStreamReader::SkipChildElements);
-        }
-    }
-    name.clear();
-    return QString();
-}
+const char global_productAddress[] = "https://quorle.example.org";
 
 } // namespace
 
@@ -59,38 +44,13 @@ bool AbstractCloudStorageOperation::processResponseData()
     return true;
 }
 
-// Stands in for the store's XML readers: reads the "Error" element of an
-// error document (its code, message and endpoint), the whole document,
-// indented, being the detail. A body that isn't well-formed yields no error.
+// The store's error document, read by the common XML reader; a body that
+// is no such document yields no error.
 OpError AbstractCloudStorageOperation::errorFromDocument(const QByteArray& body) const
 {
-    const QString errorElement = QStringLiteral("Error");
-    QXmlStreamReader reader(body);
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (!reader.isStartElement() || reader.name() != errorElement)
-            continue;
-        QDomDocument document;
-        const QString detail = document.setContent(body) ? document.toString(1) : QString();
-        QString code;
-        QString message;
-        QString endpoint;
-        QString name;
-        for (QString text = readLeaf(reader, errorElement, name); !name.isEmpty();
-             text = readLeaf(reader, errorElement, name)) {
-            if (name == QLatin1String("Code"))
-                code = text;
-            else if (name == QLatin1String("Message"))
-                message = text;
-            else if (name == QLatin1String("Endpoint"))
-                endpoint = text;
-        }
-        OpError result(OpError::ServiceError, code, message, detail);
-        if (!endpoint.isEmpty())
-            result.setEndPoint(endpoint);
-        return result;
-    }
-    return OpError();
+    WSXmlStreamReader reader(account(), body);
+    reader.readDocument();
+    return reader.error();
 }
 
 void AbstractCloudStorageOperation::prepareRequestHeader(HttpRequestHeader& header)

@@ -631,6 +631,8 @@ void HttpClient::finishedWithSuccess()
     PrivateHttpRequest* request = m_pending.first();
     request->finished = true;
     m_hasFinishedWithError = false;
+    // The body's owner may free it as soon as it hears of the end.
+    m_postDevice = nullptr;
     emit requestFinished(request->id, false);
     // An abort from the signal has emptied the queue already.
     if (m_hasFinishedWithError)
@@ -648,6 +650,7 @@ void HttpClient::finishedWithError(const QString& text, Error code)
     m_hasFinishedWithError = true;
     m_error = code;
     m_errorString = text;
+    m_postDevice = nullptr;
     PrivateHttpRequest* request = m_pending.first();
     if (!request->finished) {
         request->finished = true;
