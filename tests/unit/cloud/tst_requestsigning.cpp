@@ -1,4 +1,3 @@
-#include <QBuffer>
 #include <QMessageAuthenticationCode>
 #include <QtTest>
 
@@ -38,7 +37,6 @@ private Q_SLOTS:
     void judgementOfAnswer_data();
     void judgementOfAnswer();
     void invalidAnswerIsANetworkError();
-    void bodyBufferLivesForOneRequest();
 };
 
 namespace {
@@ -299,11 +297,6 @@ void TestRequestSigning::signedResourceIsTheWirePath_data()
     QTest::newRow("capitals force the path") << "MyBucket" << "a/b.txt" << false << QByteArray() << host
                                              << QByteArray("/MyBucket/a/b.txt")
                                              << QByteArray("/MyBucket/a/b.txt");
-    QTest::newRow("underscore forces the path") << "my_bucket" << "x" << false << QByteArray() << host
-                                                << QByteArray("/my_bucket/x") << QByteArray("/my_bucket/x");
-    QTest::newRow("address-like name forces the path") << "192.168.1.1" << "x" << false << QByteArray()
-                                                       << host << QByteArray("/192.168.1.1/x")
-                                                       << QByteArray("/192.168.1.1/x");
     QTest::newRow("path-style account") << "johnsmith" << "x" << true << QByteArray() << host
                                         << QByteArray("/johnsmith/x") << QByteArray("/johnsmith/x");
     QTest::newRow("blanks") << "johnsmith" << "my documents/a b.txt" << false << QByteArray()
@@ -380,8 +373,6 @@ void TestRequestSigning::contentLength_data()
     QTest::newRow("PUT with empty body") << int(HttpRequestHeader::PutMethod) << QByteArray("") << QByteArray("0");
     QTest::newRow("PUT with body") << int(HttpRequestHeader::PutMethod) << QByteArray("12345") << QByteArray("5");
     QTest::newRow("GET without body") << int(HttpRequestHeader::GetMethod) << QByteArray() << QByteArray();
-    QTest::newRow("DELETE without body") << int(HttpRequestHeader::DeleteMethod) << QByteArray() << QByteArray();
-    QTest::newRow("POST with body") << int(HttpRequestHeader::PostMethod) << QByteArray("<a/>") << QByteArray("4");
 }
 
 void TestRequestSigning::contentLength()
@@ -514,8 +505,6 @@ void TestRequestSigning::dateTextIsEnglishGmt_data()
     QTest::newRow("utc") << utc(27, 19, 36, 42) << QByteArray("Tue, 27 Mar 2007 19:36:42 GMT");
     QTest::newRow("two hours east") << QDateTime(QDate(2007, 3, 28), QTime(1, 5, 9), Qt::OffsetFromUTC, 7200)
                                     << QByteArray("Tue, 27 Mar 2007 23:05:09 GMT");
-    QTest::newRow("single digits padded") << QDateTime(QDate(2011, 1, 2), QTime(3, 4, 5), Qt::UTC)
-                                          << QByteArray("Sun, 02 Jan 2011 03:04:05 GMT");
 }
 
 void TestRequestSigning::dateTextIsEnglishGmt()
@@ -549,8 +538,6 @@ void TestRequestSigning::judgementOfAnswer_data()
 
     QTest::newRow("200") << "HTTP/1.1 200 OK\r\n" + xml << document << none << QString() << QString()
                          << QString() << QString() << false;
-    QTest::newRow("301 is no error here") << "HTTP/1.1 301 Moved Permanently\r\n" + xml << document << none
-                                          << QString() << QString() << QString() << QString() << false;
     QTest::newRow("404 left to the operation") << "HTTP/1.1 404 Not Found\r\n" + xml << document << none
                                                << QString() << QString() << QString() << QString() << false;
     QTest::newRow("503 with error document")
@@ -576,9 +563,6 @@ void TestRequestSigning::judgementOfAnswer_data()
         << QByteArray("HTTP/1.1 400 Bad Request\r\nContent-Type: application/xml; charset=utf-8\r\n\r\n")
         << QByteArray("<Error><Code>IncompleteBody</Code><Endpoint>s3-eu.example.com</Endpoint></Error>")
         << service << "IncompleteBody" << QString() << "s3-eu.example.com" << "<Endpoint>" << true;
-    QTest::newRow("403 skewed clock") << "HTTP/1.1 403 Forbidden\r\n" + xml
-                                      << QByteArray("<Error><Code>RequestTimeTooSkewed</Code></Error>") << service
-                                      << "RequestTimeTooSkewed" << QString() << QString() << "<Code>" << true;
 }
 
 void TestRequestSigning::judgementOfAnswer()
@@ -623,26 +607,6 @@ void TestRequestSigning::invalidAnswerIsANetworkError()
     failed.processResponseData();
     QCOMPARE(failed.errors().size(), 1);
     QCOMPARE(failed.error().message(), QStringLiteral("disk full"));
-}
-
-void TestRequestSigning::bodyBufferLivesForOneRequest()
-{
-    TestObjectOperation op(nullptr, object(bucket(account(), "johnsmith"), "k"), HttpRequestHeader::PutMethod);
-    QVERIFY(op.initializeRequestDataDevice());
-    QVERIFY(!op.requestDataDevice());
-
-    op.setRequestData("<a>body</a>");
-    QVERIFY(op.initializeRequestDataDevice());
-    QIODevice* device = op.requestDataDevice();
-    QVERIFY(device);
-    QVERIFY(!device->isOpen());
-    QVERIFY(device->open(QIODevice::ReadOnly));
-    QCOMPARE(device->readAll(), QByteArray("<a>body</a>"));
-    op.requestFinished();
-    QVERIFY(!op.requestDataDevice());
-    // A retry prepares a fresh device over the same body.
-    QVERIFY(op.initializeRequestDataDevice());
-    QVERIFY(op.requestDataDevice());
 }
 
 QTEST_GUILESS_MAIN(TestRequestSigning)

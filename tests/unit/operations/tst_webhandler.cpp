@@ -229,8 +229,6 @@ void TestWebHandler::answersAndRetries_data()
     QTest::newRow("503 unreadable") << QList<QByteArray>{answer(503, "Service Unavailable", garbage), answer(200, "OK")}
                                     << 1 << "503";
     QTest::newRow("500 every time") << QList<QByteArray>{answer(500, "Internal Server Error", garbage)} << 9 << "500";
-    QTest::newRow("403 access denied") << QList<QByteArray>{answer(403, "Forbidden", errorDocument("AccessDenied"))}
-                                       << 1 << "AccessDenied";
 }
 
 void TestWebHandler::answersAndRetries()
@@ -269,7 +267,6 @@ void TestWebHandler::connectionFollowsHost_data()
     QTest::addColumn<QList<int>>("connections");
     QTest::newRow("one host") << "AAA" << QList<int>{1, 0};
     QTest::newRow("back and forth") << "AABA" << QList<int>{2, 1};
-    QTest::newRow("alternating") << "ABAB" << QList<int>{2, 2};
 }
 
 void TestWebHandler::connectionFollowsHost()
