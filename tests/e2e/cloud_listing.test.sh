@@ -99,6 +99,20 @@ exercise() {
   status_is "local to store, again" 0
   lacks_line "local to store, again: nothing left to delete" '^\[Delete\]'
 
+  # A folder that only the local side has becomes a folder object, after a head that finds none.
+  rm "$dir/new.txt"
+  mkdir -p "$dir/made/inner"
+  s3_log_mark
+  quorle -v "$dir/" "s3://$BUCKET/p/"
+  status_is "new folders" 0
+  requests=$(s3_requests | grep -E '^(HEAD|PUT) [^ ]*p/made/ ' | cut -d' ' -f1 | tr '\n' ' ')
+  e2e_expect_eq "new folders: a head, then the put" "HEAD PUT " "$requests"
+  e2e_check "new folders: their objects" diff <(printf '%s\n' p/made/ p/made/inner/) \
+    <(keys_both p/made/)
+  quorle -v "$dir/" "s3://$BUCKET/p/"
+  status_is "new folders, again" 0
+  lacks_line "new folders, again: nothing created" '^\[Create folder\]'
+
   # More keys than one page holds.
   dir=$E2E_WORK/$1-big
   mkdir -p "$dir"
