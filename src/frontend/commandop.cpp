@@ -1,6 +1,8 @@
 #include "frontend/commandop.h"
 
+#include "cloud/getserviceoperation.h"
 #include "frontend/filter.h"
+#include "items/abstractbucket.h"
 #include "items/driver.h"
 #include "items/endpoint.h"
 #include "items/mycomputer.h"
@@ -80,6 +82,9 @@ void CommandOp::collectRoots(OperationGroup* listing)
         } else if (op->type() == ShellListFolderType) {
             auto* folderList = static_cast<ShellListFolderOperation*>(op);
             m_roots.append(folderList->folders);
+        } else if (op->type() == GetServiceType) {
+            for (const auto& bucket : static_cast<GetServiceOperation*>(op)->buckets)
+                m_roots.append(QSharedPointer<AbstractFolder>(bucket));
         }
     }
 }

@@ -4,8 +4,8 @@
 #include "sync/shellsynccontaineroperation.h"
 
 namespace {
-// The account's buckets join the roots once the store can be listed.
-const bool global_listAccountRoots = false;
+// The account's buckets join the roots, after the drives.
+const bool global_listAccountRoots = true;
 } // namespace
 
 QuorleOp::QuorleOp(OperationGroup* parent, const QString& source, const QString& destination,

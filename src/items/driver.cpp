@@ -13,6 +13,7 @@
 #include "items/gsbucket.h"
 #include "items/gsfile.h"
 #include "items/gsfolder.h"
+#include "items/gsuser.h"
 #include "items/localfile.h"
 #include "items/localfolder.h"
 #include "items/niftyaccount.h"
@@ -20,6 +21,7 @@
 #include "items/s3bucket.h"
 #include "items/s3file.h"
 #include "items/s3folder.h"
+#include "items/s3user.h"
 #include "items/url.h"
 
 namespace {
@@ -213,6 +215,59 @@ QList<QSharedPointer<Endpoint>> Driver::standardEndpoints()
 void Driver::createAccountUsers(const QSharedPointer<AbstractAccount>& account)
 {
     Q_UNUSED(account);
+}
+
+QSharedPointer<AbstractUser> Driver::user(const UserKey& key)
+{
+    Driver* driver = instance();
+    FastMutexLocker locker(driver->m_mutex);
+    return driver->m_users.value(key);
+}
+
+QSharedPointer<AbstractUser> Driver::createUser(const QSharedPointer<AbstractAccount>& account,
+                                                AbstractUser::UserType type, const QByteArray& id)
+{
+    const UserKey key(AbstractUser::domainOf(account), type, id);
+    if (QSharedPointer<AbstractUser> known = user(key))
+        return known;
+    // Made outside the lock, which is never held across a call into another
+    // object; should another thread have registered the key meanwhile, its
+    // user wins and this one is dropped.
+    QSharedPointer<AbstractUser> made;
+    switch (account ? account->fileSystemType() : AbstractFS::LocalFileSystem) {
+    case AbstractFS::S3FileSystem:
+        made = QSharedPointer<S3User>::create(account.staticCast<AmazonS3Account>(), type, id);
+        break;
+    case AbstractFS::GSFileSystem:
+        made = QSharedPointer<GSUser>::create(account.staticCast<GoogleStorageAccount>(), type, id);
+        break;
+    default:
+        return made;
+    }
+    Driver* driver = instance();
+    FastMutexLocker locker(driver->m_mutex);
+    auto it = driver->m_users.constFind(key);
+    if (it != driver->m_users.constEnd())
+        return it.value();
+    driver->m_users.insert(key, made);
+    return made;
+}
+
+QSharedPointer<AbstractUser> Driver::accountOwner(const QSharedPointer<AbstractAccount>& account)
+{
+    Driver* driver = instance();
+    FastMutexLocker locker(driver->m_mutex);
+    return driver->m_accountOwners.value(account);
+}
+
+void Driver::setAccountOwner(const QSharedPointer<AbstractUser>& user)
+{
+    if (!user)
+        return;
+    const QSharedPointer<AbstractAccount> account = user->account();
+    Driver* driver = instance();
+    FastMutexLocker locker(driver->m_mutex);
+    driver->m_accountOwners.insert(account, user);
 }
 
 QSharedPointer<AbstractBucket> Driver::createBucketItem(const QString& name,

@@ -1,6 +1,7 @@
 #ifndef DRIVER_H
 #define DRIVER_H
 
+#include <QHash>
 #include <QList>
 #include <QSharedPointer>
 #include <QStringList>
@@ -9,6 +10,8 @@
 
 #include "items/abstractaccount.h"
 #include "items/abstractfolder.h"
+#include "items/abstractuser.h"
+#include "items/userkey.h"
 #include "util/singleton.h"
 
 #include "crypto/storagedirective.h"
@@ -18,7 +21,6 @@ class AbstractCloudFile;
 class AbstractFile;
 class AbstractLocalContainer;
 class AbstractS3Folder;
-class AbstractUser;
 class AbstractWSFolder;
 class LocalFile;
 class LocalFolder;
@@ -48,9 +50,24 @@ public:
                                                    AbstractFS::FileSystemType type);
     // Amazon's default endpoint, then Google's.
     static QList<QSharedPointer<Endpoint>> standardEndpoints();
-    // Makes the standing users of an account. No user classes are built into
-    // the tool yet, so an account has none: this records nothing.
+    // Makes the standing users of an account: the groups that ACLs name.
+    // Nothing carries ACLs yet, so this records nothing for now.
     void createAccountUsers(const QSharedPointer<AbstractAccount>& account);
+
+    // Users. One object per key for the whole run, so that users compare by
+    // pointer; nothing is ever removed.
+    // The user registered under key; null when there is none.
+    static QSharedPointer<AbstractUser> user(const UserKey& key);
+    // The user of account's domain with that type and id: the registered one,
+    // else a new S3 or Google user by the account's fileSystemType(), which is
+    // registered. Null for an account of neither family.
+    static QSharedPointer<AbstractUser> createUser(const QSharedPointer<AbstractAccount>& account,
+                                                   AbstractUser::UserType type,
+                                                   const QByteArray& id);
+    // The owner of the account's buckets, as the service list gave it.
+    static QSharedPointer<AbstractUser> accountOwner(const QSharedPointer<AbstractAccount>& account);
+    // Keeps user as the owner of its own account.
+    static void setAccountOwner(const QSharedPointer<AbstractUser>& user);
 
     // Items. The cloud ones are of the S3 or the Google family by the
     // fileSystemType() of the account or parent; any other gives null. The
@@ -132,6 +149,8 @@ private:
 
     mutable FastMutex m_mutex;
     const QChar m_localDelimiter = QLatin1Char('/');
+    QHash<UserKey, QSharedPointer<AbstractUser>> m_users;
+    QHash<QSharedPointer<AbstractAccount>, QSharedPointer<AbstractUser>> m_accountOwners;
 };
 
 #endif

@@ -1,5 +1,9 @@
 #include "sync/comparefilecontentforsyncoperation.h"
 
+#include "cloud/headwsfileoperation.h"
+#include "items/abstractaccount.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstracts3folder.h"
 #include "items/localfile.h"
 #include "operations/localmd5atomicoperation.h"
 
@@ -27,14 +31,9 @@ void CompareFileContentForSyncOperation::appendDestinationOp()
 void CompareFileContentForSyncOperation::appendSideOp(const QSharedPointer<AbstractFile>& file, Side side)
 {
     AbstractOperation* op = nullptr;
-    if (file->itemType() == AbstractItem::CloudFileItem) {
-        // Reading an object's head joins with the store's object operations;
-        // until then a cloud twin is never taken as equal.
-        setError(OpError(OpError::GeneralError, QString(),
-                         QStringLiteral("Cannot read the object's properties: %1").arg(file->displayPath()),
-                         QString()));
-        return;
-    } else if (file->itemType() == AbstractItem::LocalFileItem) {
+    if (file->itemType() == AbstractItem::CloudFileItem)
+        op = new HeadWSFileOperation(this, file.staticCast<AbstractCloudFile>());
+    else if (file->itemType() == AbstractItem::LocalFileItem) {
         op = new LocalMd5AtomicOperation(this, file);
     }
     if (!op)
@@ -47,12 +46,55 @@ bool CompareFileContentForSyncOperation::prepareNextOperation(AbstractOperation*
 {
     if (OperationGroup::prepareNextOperation(child))
         return true;
+    if (child->type() == HeadWSFileType) {
+        if (child->error().isNull())
+            headFinished(static_cast<HeadWSFileOperation*>(child));
+        return true;
+    }
     if (child->type() == LocalMd5AtomicType) {
         if (child->error().isNull())
             md5Finished(child);
         return true;
     }
     return false;
+}
+
+void CompareFileContentForSyncOperation::headFinished(HeadWSFileOperation* head)
+{
+    const Side side = Side(head->tag());
+    qint64 size = -1;
+    QByteArray md5;
+    // An object gone since the listing holds nothing equal either.
+    if (!head->file || !plainContent(head->metadata, head->file, &size, &md5)) {
+        m_identical = false;
+        return;
+    }
+    sideKnown(side, md5, size, true);
+}
+
+bool CompareFileContentForSyncOperation::plainContent(const Metadata& metadata,
+                                                      const QSharedPointer<AbstractCloudFile>& file, qint64* size,
+                                                      QByteArray* md5)
+{
+    const QSharedPointer<AbstractAccount> account = file->folder()->account();
+    const QByteArray encryptionKey = account->xMetaBrindleboxEncryption();
+    const bool encrypted = metadata.contains(encryptionKey);
+    const QByteArray settings = metadata.field(encryptionKey).value();
+    // Settings that this tool never writes: no plain size or MD5 to trust.
+    if (!settings.isEmpty() && ((settings.startsWith("gzip") && settings.count(';') == 1) || !settings.contains(';')))
+        return false;
+    if (encrypted && metadata.field("Content-Encoding").value() == "gzip")
+        return false;
+    if (encrypted || metadata.contains("Content-Encoding")) {
+        bool ok = false;
+        const qint64 length = metadata.field(account->xMetaBrindleboxContentLength()).value().toLongLong(&ok);
+        *size = metadata.contains(account->xMetaBrindleboxContentLength()) && ok ? length : -1;
+        *md5 = QByteArray::fromBase64(metadata.field(account->xMetaBrindleboxETag()).value());
+    } else {
+        *md5 = file->md5sum();
+        *size = file->size();
+    }
+    return true;
 }
 
 void CompareFileContentForSyncOperation::md5Finished(AbstractOperation* child)

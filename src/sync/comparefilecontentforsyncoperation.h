@@ -5,12 +5,16 @@
 
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
+#include "net/metadata.h"
 #include "operations/operationgroup.h"
 
 // Do a source file and a destination file hold the same content? Each side
 // stands as a size and an MD5: computed from a local file, read from a cloud
 // object's head. A cloud side is asked first: a head is cheap, reading a
 // local file is not, and a difference in size spares the read.
+class AbstractCloudFile;
+class HeadWSFileOperation;
+
 class CompareFileContentForSyncOperation : public OperationGroup
 {
 public:
@@ -27,6 +31,12 @@ public:
     QSharedPointer<AbstractFile> source() const { return m_source; }
     QSharedPointer<AbstractFile> destination() const { return m_destination; }
     QSharedPointer<AbstractFolder> destinationFolder() const { return m_destinationFolder; }
+    // The size and MD5 of an object's plain content: the store's own, or
+    // those that an upload that compressed or encrypted left in metadata.
+    // False when the object can't match any local file.
+    static bool plainContent(const Metadata& metadata, const QSharedPointer<AbstractCloudFile>& file, qint64* size,
+                             QByteArray* md5);
+
     // Valid only when the group has no error.
     bool identical() const { return m_identical; }
 
@@ -42,6 +52,7 @@ private:
     void appendDestinationOp();
     void appendSideOp(const QSharedPointer<AbstractFile>& file, Side side);
     void md5Finished(AbstractOperation* child);
+    void headFinished(HeadWSFileOperation* head);
     // Records one side and goes on with the other, or compares.
     void sideKnown(Side side, const QByteArray& md5, qint64 size, bool checkListedSize);
     void compare();

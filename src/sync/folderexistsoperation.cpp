@@ -1,5 +1,7 @@
 #include "sync/folderexistsoperation.h"
 
+#include "cloud/s3containerexistsoperation.h"
+#include "items/abstracts3folder.h"
 #include "operations/localcontainerexistsatomicoperation.h"
 
 FolderExistsOperation::FolderExistsOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder)
@@ -14,8 +16,7 @@ void FolderExistsOperation::prepareFirstOperation()
         append(new LocalContainerExistsAtomicOperation(this, folder));
         break;
     case AbstractFS::CloudClass:
-        // A cloud folder is asked through the store's container check,
-        // which this build does not have yet.
+        append(new S3ContainerExistsOperation(this, folder.staticCast<AbstractS3Folder>()));
         break;
     }
 }
@@ -26,5 +27,7 @@ bool FolderExistsOperation::prepareNextOperation(AbstractOperation* child)
         return true;
     if (child->type() == LocalContainerExistsAtomicType)
         exists = static_cast<LocalContainerExistsAtomicOperation*>(child)->exists;
+    else if (child->type() == S3ContainerExistsType)
+        exists = static_cast<S3ContainerExistsOperation*>(child)->exists;
     return false;
 }

@@ -1,6 +1,8 @@
 #include "sync/shellcreatefolderoperation.h"
 
+#include "cloud/creates3folderoperation.h"
 #include "items/abstractlocalcontainer.h"
+#include "items/abstracts3folder.h"
 #include "operations/createlocalfolderatomicoperation.h"
 
 ShellCreateFolderOperation::ShellCreateFolderOperation(OperationGroup* parent,
@@ -28,8 +30,8 @@ void ShellCreateFolderOperation::prepareFirstOperation()
                                                     folderName, exclusive));
         break;
     case AbstractFS::CloudClass:
-        // Cloud folders are made by the cloud folder group, with the ACL
-        // directive that comes with it; this build does not have them yet.
+        append(new CreateS3FolderOperation(this, parentFolder.staticCast<AbstractS3Folder>(), folderName,
+                                           QByteArray(), exclusive, false));
         break;
     }
 }
@@ -40,5 +42,7 @@ bool ShellCreateFolderOperation::prepareNextOperation(AbstractOperation* child)
         return true;
     if (child->type() == CreateLocalFolderAtomicType)
         createdFolder = static_cast<CreateLocalFolderAtomicOperation*>(child)->folder;
+    else if (child->type() == CreateS3FolderType)
+        createdFolder = static_cast<CreateS3FolderOperation*>(child)->createdFolder;
     return false;
 }

@@ -1,5 +1,7 @@
 #include "sync/shelldeletefileoperation.h"
 
+#include "cloud/deletecloudfileoperation.h"
+#include "items/abstractcloudfile.h"
 #include "operations/deletelocalfileatomicoperation.h"
 
 ShellDeleteFileOperation::ShellDeleteFileOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
@@ -11,8 +13,32 @@ ShellDeleteFileOperation::ShellDeleteFileOperation(OperationGroup* parent, const
         append(new DeleteLocalFileAtomicOperation(this, file));
         break;
     case AbstractFS::CloudClass:
-        // Objects are deleted by the cloud delete group, which this build
-        // does not have yet.
+        // Each version is an item of its own: the file given is the one deleted.
+        append(new DeleteCloudFileOperation(this, file.staticCast<AbstractCloudFile>()));
         break;
     }
+}
+
+QString ShellDeleteFileOperation::name() const
+{
+    if (file->fileSystemClass() == AbstractFS::CloudClass) {
+        const auto cloudFile = file.staticCast<AbstractCloudFile>();
+        if (!cloudFile->deleteMarker().isNull())
+            return tr("Remove delete marker");
+        if (!cloudFile->isLatest())
+            return tr("Delete version");
+    }
+    return tr("Delete");
+}
+
+bool ShellDeleteFileOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (AbstractShellOperation::prepareNextOperation(child))
+        return true;
+    if (child->type() != DeleteCloudFileType)
+        return false;
+    auto* deletion = static_cast<DeleteCloudFileOperation*>(child);
+    markerFile = deletion->markerFile;
+    previousFile = deletion->previousFile;
+    return true;
 }

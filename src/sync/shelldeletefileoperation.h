@@ -15,13 +15,18 @@ public:
     ShellDeleteFileOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file, bool allVersions);
 
     int type() const override { return ShellDeleteFileType; }
-    QString name() const override { return tr("Delete"); }
+    // What a cloud version or delete marker is, when it is one.
+    QString name() const override;
     QString sourceDisplayPath() const override { return file->displayPath(); }
     QString destinationDisplayPath() const override { return QString(); }
     bool isEffectiveOperation() const override { return true; }
+    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractFile> file;
     bool allVersions;
+    // What a versioned store reports: the marker laid and the version it hides.
+    QSharedPointer<AbstractFile> markerFile;
+    QSharedPointer<AbstractFile> previousFile;
 };
 
 #endif

@@ -1,5 +1,7 @@
 #include "sync/shelldeletevirtualfolderoperation.h"
 
+#include "cloud/deletes3emptyfolderoperation.h"
+#include "items/abstractwsfolder.h"
 #include "operations/deletelocalemptyfolderatomicoperation.h"
 
 ShellDeleteVirtualFolderOperation::ShellDeleteVirtualFolderOperation(OperationGroup* parent,
@@ -16,8 +18,10 @@ void ShellDeleteVirtualFolderOperation::prepareFirstOperation()
         append(new DeleteLocalEmptyFolderAtomicOperation(this, folder));
         break;
     case AbstractFS::CloudClass:
-        // A cloud folder's marker object goes through the cloud delete
-        // group, which this build does not have yet.
+        // Only a folder below a bucket has an object of its own; whether the
+        // store holds one or not, the request is the same.
+        if (folder->itemType() == AbstractItem::CloudFolderItem)
+            append(new DeleteS3EmptyFolderOperation(this, folder.staticCast<AbstractWSFolder>()));
         break;
     }
 }

@@ -2,7 +2,9 @@
 
 #include <utility>
 
+#include "cloud/wslistoperation.h"
 #include "items/abstractlocalcontainer.h"
+#include "items/abstracts3folder.h"
 #include "operations/localfolderlistatomicoperation.h"
 
 ShellListFolderOperation::ShellListFolderOperation(OperationGroup* parent,
@@ -26,10 +28,8 @@ void ShellListFolderOperation::prepareFirstOperation()
                                                   ignoreSymLinks, filter));
         break;
     case AbstractFS::CloudClass:
-        // Until the web listing is here, an empty answer would read as an
-        // empty store and the sync would act on it: fail instead.
-        setError(OpError(OpError::GeneralError, QString(),
-                         tr("Listing %1 is not supported yet").arg(folder->displayPath()), QString()));
+        append(new WSListOperation(this, folder.staticCast<AbstractS3Folder>(), entryListMode, listVersionMode,
+                                   filter));
         break;
     }
 }
@@ -42,6 +42,14 @@ bool ShellListFolderOperation::prepareNextOperation(AbstractOperation* child)
         auto* listing = static_cast<LocalFolderListAtomicOperation*>(child);
         files = std::exchange(listing->files, {});
         folders = std::exchange(listing->folders, {});
+        return true;
+    }
+    if (child->type() == WSListType) {
+        auto* listing = static_cast<WSListOperation*>(child);
+        files = listing->files;
+        folders = listing->folders;
+        listedFolder = listing->folder();
+        listing->clearList();
         return true;
     }
     return false;

@@ -1,5 +1,7 @@
 #include "sync/shelllistoperation.h"
 
+#include "cloud/getserviceoperation.h"
+#include "items/abstractaccount.h"
 #include "items/abstractfolder.h"
 #include "items/mycomputer.h"
 #include "operations/localdrivelistatomicoperation.h"
@@ -34,8 +36,7 @@ void ShellListOperation::prepareFirstOperation()
         append(new LocalDriveListAtomicOperation(this, container.staticCast<MyComputer>()));
         break;
     case AbstractItem::AccountItem:
-        // The buckets of an account come from the service listing, which
-        // this build does not have yet.
+        append(new GetServiceOperation(this, container.staticCast<AbstractAccount>()));
         break;
     default:
         // Files and the like hold nothing to list: the group ends at once.

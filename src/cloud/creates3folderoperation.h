@@ -1,0 +1,42 @@
+#ifndef CREATES3FOLDEROPERATION_H
+#define CREATES3FOLDEROPERATION_H
+
+#include <QSharedPointer>
+
+#include "operations/operationgroup.h"
+
+class AbstractS3Folder;
+class AbstractWSFolder;
+
+// Makes a folder's own object, unless the store has it already: a head
+// first, then the PUT. With skipCheck the PUT goes at once, replacing the
+// empty object if there is one.
+class CreateS3FolderOperation : public OperationGroup
+{
+    Q_DECLARE_TR_FUNCTIONS(CreateS3FolderOperation)
+
+public:
+    // cannedAcl is the word of a canned ACL, empty for none.
+    CreateS3FolderOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
+                            const QString& name, const QByteArray& cannedAcl, bool failIfExists, bool skipCheck);
+
+    int type() const override { return CreateS3FolderType; }
+    QString name() const override { return tr("Create folder"); }
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+    QSharedPointer<AbstractS3Folder> parentFolder;
+    QString folderName;
+    // The child item to be made, known from the start.
+    QSharedPointer<AbstractWSFolder> folder;
+    QByteArray cannedAcl;
+    bool failIfExists;
+    bool skipCheck;
+    // The folder as the store has it now; null until known.
+    QSharedPointer<AbstractS3Folder> createdFolder;
+
+private:
+    void appendPut();
+};
+
+#endif

@@ -1,0 +1,43 @@
+#ifndef S3PUTEMPTYOBJECTATOMICOPERATION_H
+#define S3PUTEMPTYOBJECTATOMICOPERATION_H
+
+#include <QSharedPointer>
+
+#include "cloud/s3containeroperation.h"
+
+class AbstractWSFolder;
+
+// Makes a folder's own object: a PUT of the folder's key, with the trailing
+// delimiter, and no body. The canned ACL, if any, rides in the provider's
+// ACL header.
+class S3PutEmptyObjectAtomicOperation : public S3ContainerOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(S3PutEmptyObjectAtomicOperation)
+
+public:
+    // cannedAcl is the word of a canned ACL ("public-read"), empty for none.
+    S3PutEmptyObjectAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
+                                    const QString& name, const QByteArray& cannedAcl = QByteArray());
+
+    int type() const override { return S3PutEmptyObjectAtomicType; }
+    QString name() const override { return tr("Put object"); }
+    HttpRequestHeader::Method method() const override { return HttpRequestHeader::PutMethod; }
+    Metadata httpFieldList() const override;
+    bool processResponseData() override;
+    S3PutEmptyObjectAtomicOperation* clone(OperationGroup* parent) const override;
+
+    // The folder made; null until the store answered 200.
+    QSharedPointer<AbstractS3Folder> createdS3Folder() const { return m_createdFolder; }
+
+private:
+    S3PutEmptyObjectAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
+                                    const QSharedPointer<AbstractWSFolder>& folder, const QString& name,
+                                    const QByteArray& cannedAcl);
+
+    const QSharedPointer<AbstractS3Folder> m_parentFolder;
+    const QString m_name;
+    const QByteArray m_cannedAcl;
+    QSharedPointer<AbstractS3Folder> m_createdFolder;
+};
+
+#endif

@@ -1,0 +1,98 @@
+#include "cloud/wslistoperation.h"
+
+#include "cloud/lists3versionsatomicoperation.h"
+#include "cloud/wslistatomicoperation.h"
+#include "items/abstractbucket.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstractwsfolder.h"
+
+WSListOperation::WSListOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder,
+                                 BrindleLib::EntryListMode entryListMode,
+                                 BrindleLib::ListVersionMode listVersionMode, const Filter& filter)
+    : OperationGroup(parent), m_folder(folder), m_bucket(bucketOf(folder)), m_entryListMode(entryListMode),
+      m_listVersionMode(listVersionMode), m_filter(filter)
+{
+}
+
+WSListOperation::WSListOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file,
+                                 BrindleLib::ListVersionMode listVersionMode)
+    : OperationGroup(parent), m_file(file), m_bucket(bucketOf(file->folder())),
+      m_entryListMode(BrindleLib::ListOneLevel), m_listVersionMode(listVersionMode)
+{
+}
+
+QSharedPointer<AbstractBucket> WSListOperation::bucketOf(const QSharedPointer<AbstractS3Folder>& folder)
+{
+    QSharedPointer<AbstractS3Folder> current = folder;
+    while (current && current->itemType() == AbstractItem::CloudFolderItem)
+        current = current.staticCast<AbstractWSFolder>()->parent();
+    return current.dynamicCast<AbstractBucket>();
+}
+
+void WSListOperation::prepareFirstOperation()
+{
+    if (!m_bucket) {
+        setError(OpError(OpError::GeneralError, QString(), tr("No bucket above the listed folder"), QString()));
+        return;
+    }
+    append(makePage(nullptr));
+}
+
+AbstractWSListAtomicOperation* WSListOperation::makePage(const AbstractWSListAtomicOperation* page)
+{
+    AbstractWSListAtomicOperation* next = nullptr;
+    if (m_listVersionMode == BrindleLib::ListCurrentVersions) {
+        const QString marker = page ? static_cast<const WSListAtomicOperation*>(page)->nextMarker : QString();
+        if (m_file)
+            next = new WSListAtomicOperation(this, m_bucket, m_file, marker, QString());
+        else
+            next = new WSListAtomicOperation(this, m_bucket, m_folder, marker,
+                                             QString(), m_entryListMode, m_filter);
+    } else {
+        const auto* versions = static_cast<const ListS3VersionsAtomicOperation*>(page);
+        const QString keyMarker = versions ? versions->nextKeyMarker : QString();
+        const QByteArray versionIdMarker = versions ? versions->nextVersionIdMarker : QByteArray();
+        if (m_file)
+            next = new ListS3VersionsAtomicOperation(this, m_bucket, m_file, keyMarker,
+                                                     versionIdMarker, QString());
+        else
+            next = new ListS3VersionsAtomicOperation(this, m_bucket, m_folder,
+                                                     keyMarker, versionIdMarker, QString(), m_entryListMode,
+                                                     m_filter);
+    }
+    if (page)
+        next->setFolderMap(page->folderMap());
+    return next;
+}
+
+bool WSListOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    if (child->type() != WSListAtomicType && child->type() != ListS3VersionsAtomicType)
+        return false;
+    if (child->error().isNull())
+        pageFinished(static_cast<AbstractWSListAtomicOperation*>(child));
+    return true;
+}
+
+void WSListOperation::pageFinished(AbstractWSListAtomicOperation* page)
+{
+    files += page->files;
+    for (const QSharedPointer<AbstractFolder>& folder : std::as_const(page->folders)) {
+        const QString path = folder->path();
+        if (m_seenFolders.contains(path))
+            continue;
+        m_seenFolders.insert(path);
+        folders.append(folder);
+    }
+    if (page->hasNextPage())
+        append(makePage(page));
+    page->clearList();
+}
+
+void WSListOperation::clearList()
+{
+    files.clear();
+    folders.clear();
+}
