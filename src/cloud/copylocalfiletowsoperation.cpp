@@ -2,10 +2,12 @@
 
 #include <QFile>
 
+#include "cloud/headwsfileoperation.h"
 #include "cloud/uploadoperation.h"
 #include "items/abstractaccount.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstracts3folder.h"
+#include "items/driver.h"
 #include "items/localfile.h"
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
@@ -67,13 +69,9 @@ void CopyLocalFileToWSOperation::prepareFirstOperation()
         appendHead();
 }
 
-// Reading the object in place needs the object head request, which this
-// build does not have yet: fail openly rather than overwrite what the caller
-// asked to keep.
 void CopyLocalFileToWSOperation::appendHead()
 {
-    setError(OpError(OpError::GeneralError, QString(),
-                     tr("The object in place can't be examined before it is replaced."), QString()));
+    append(new HeadWSFileOperation(this, Driver::createChildFile(m_destinationFolder, m_source->name())));
 }
 
 void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<AbstractCloudFile>& file,
@@ -201,6 +199,12 @@ bool CopyLocalFileToWSOperation::prepareNextOperation(AbstractOperation* child)
     if (OperationGroup::prepareNextOperation(child))
         return true;
     switch (child->type()) {
+    case HeadWSFileType: {
+        auto* head = static_cast<HeadWSFileOperation*>(child);
+        if (head->error().isNull())
+            takeExistingObject(head->file, head->metadata);
+        break;
+    }
     case OverwriteConfirmType: {
         const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
         setOverwriteMode(answer);

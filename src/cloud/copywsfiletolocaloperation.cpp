@@ -3,6 +3,7 @@
 #include <QFileInfo>
 
 #include "cloud/downloadoperation.h"
+#include "cloud/headwsfileoperation.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstractlocalcontainer.h"
 #include "items/driver.h"
@@ -85,12 +86,9 @@ void CopyWSFileToLocalOperation::appendDestinationMd5()
     append(md5);
 }
 
-// The comparison before asking needs the object head request, which this
-// build does not have yet; nothing in the command line reaches this path.
 void CopyWSFileToLocalOperation::appendHead()
 {
-    setError(OpError(OpError::GeneralError, QString(),
-                     tr("The object can't be compared with the file in place."), QString()));
+    append(new HeadWSFileOperation(this, m_source));
 }
 
 void CopyWSFileToLocalOperation::takeHeadResult(const QSharedPointer<AbstractCloudFile>& file)
@@ -120,6 +118,10 @@ bool CopyWSFileToLocalOperation::prepareNextOperation(AbstractOperation* child)
     if (OperationGroup::prepareNextOperation(child))
         return true;
     switch (child->type()) {
+    case HeadWSFileType:
+        if (child->error().isNull())
+            takeHeadResult(static_cast<HeadWSFileOperation*>(child)->file);
+        break;
     case LocalMd5AtomicType:
         if (child->error().isNull() && child->tag() == global_destinationMd5Tag) {
             m_destinationMd5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;

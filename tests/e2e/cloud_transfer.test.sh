@@ -27,12 +27,12 @@ quorle_sync() {
 }
 
 # every file of the tree, fetched back with s3cmd, equals its source
-check_store_matches() {
+check_store_matches() {  # check_store_matches WHAT
   local rel fetched=$E2E_WORK/fetched
   while IFS= read -r -d '' rel; do
     rm -f "$fetched"
-    s3_s3cmd --path get "s3://$BUCKET/$1/${rel#./}" "$fetched" >/dev/null 2>&1
-    e2e_check "$2: '$rel' stored intact" cmp -s "$SRC/$rel" "$fetched"
+    s3_s3cmd --path get "s3://$BUCKET/${rel#./}" "$fetched" >/dev/null 2>&1
+    e2e_check "$1: '$rel' stored intact" cmp -s "$SRC/$rel" "$fetched"
   done < <(cd "$SRC" && find . -type f -print0)
 }
 
@@ -45,41 +45,42 @@ run_on() {
   s3_make_bucket "$BUCKET"
   export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
 
-  quorle_sync "$SRC/" "s3://$BUCKET/up/" -t 16
-  check_store_matches up "upload -t 16"
-  e2e_expect_eq "content type of a .txt" "text/plain" "$(content_type 'up/dir with blanks/file with blanks.txt')"
-  e2e_expect_eq "content type of a .pdf" "application/pdf" "$(content_type 'up/ünïcødé 日本語/document ✓.pdf')"
-  e2e_expect_eq "content type without extension" "application/octet-stream" "$(content_type up/empty)"
+  quorle_sync "$SRC/" "s3://$BUCKET/" -t 16
+  check_store_matches "upload -t 16"
+  e2e_expect_eq "content type of a .txt" "text/plain" "$(content_type 'dir with blanks/file with blanks.txt')"
+  e2e_expect_eq "content type of a .pdf" "application/pdf" "$(content_type 'ünïcødé 日本語/document ✓.pdf')"
+  e2e_expect_eq "content type without extension" "application/octet-stream" "$(content_type empty)"
 
   s3_log_mark
-  quorle_sync "$SRC/" "s3://$BUCKET/up/"
+  quorle_sync "$SRC/" "s3://$BUCKET/"
   e2e_expect_eq "unchanged tree: no PUT" 0 "$(object_requests PUT)"
   e2e_expect_eq "unchanged tree: no GET of an object" 0 "$(object_requests GET)"
 
   printf 'changed\n' >"$SRC/dir with blanks/file with blanks.txt"
   s3_log_mark
-  quorle_sync "$SRC/" "s3://$BUCKET/up/" -t 1
+  quorle_sync "$SRC/" "s3://$BUCKET/" -t 1
   e2e_expect_eq "changed file: one PUT" 1 "$(object_requests PUT)"
-  check_store_matches up "after the change"
+  check_store_matches "after the change"
 
   local back=$E2E_WORK/back-$1
   mkdir -p "$back"
-  quorle_sync "s3://$BUCKET/up/" "$back/" -t 1
+  quorle_sync "s3://$BUCKET/" "$back/" -t 1
   e2e_check "download -t 1: trees match" diff -r "$SRC" "$back"
   rm -rf "$back"; mkdir -p "$back"
-  quorle_sync "s3://$BUCKET/up/" "$back/" -t 16
+  quorle_sync "s3://$BUCKET/" "$back/" -t 16
   e2e_check "download -t 16: trees match" diff -r "$SRC" "$back"
 
   # objects that claim gzip but are too short to be believed are written as they are
   : >"$E2E_WORK/zero"; printf '\037\213' >"$E2E_WORK/two"
-  s3_aws s3api put-object --bucket "$BUCKET" --key gz/zero --body "$E2E_WORK/zero" --content-encoding gzip >/dev/null
-  s3_aws s3api put-object --bucket "$BUCKET" --key gz/two --body "$E2E_WORK/two" --content-encoding gzip >/dev/null
+  s3_make_bucket "$BUCKET-gz"
+  s3_aws s3api put-object --bucket "$BUCKET-gz" --key zero --body "$E2E_WORK/zero" --content-encoding gzip >/dev/null
+  s3_aws s3api put-object --bucket "$BUCKET-gz" --key two --body "$E2E_WORK/two" --content-encoding gzip >/dev/null
   mkdir -p "$E2E_WORK/gz-$1"
-  quorle_sync "s3://$BUCKET/gz/" "$E2E_WORK/gz-$1/"
+  quorle_sync "s3://$BUCKET-gz/" "$E2E_WORK/gz-$1/"
   e2e_check "0-byte object marked gzip" cmp -s "$E2E_WORK/zero" "$E2E_WORK/gz-$1/zero"
   e2e_check "2-byte object marked gzip" cmp -s "$E2E_WORK/two" "$E2E_WORK/gz-$1/two"
 
-  s3_remove_bucket "$BUCKET"
+  s3_remove_bucket "$BUCKET"; s3_remove_bucket "$BUCKET-gz"
   e2e_server_stop
 }
 
