@@ -1,8 +1,13 @@
 #include "sync/shellcopyfileoperation.h"
 
+#include "cloud/copylocalfiletowsoperation.h"
+#include "cloud/copywsfiletolocaloperation.h"
+#include "items/abstractcloudfile.h"
 #include "items/abstractlocalcontainer.h"
+#include "items/abstracts3folder.h"
 #include "items/driver.h"
 #include "items/localfile.h"
+#include "operations/deletelocalfileatomicoperation.h"
 #include "sync/copylocalfiletolocaloperation.h"
 
 ShellCopyFileOperation::ShellCopyFileOperation(
@@ -27,12 +32,22 @@ QString ShellCopyFileOperation::name() const
 }
 
 // One child for the pair of source kind and target class; any other pair
-// gets none and finishes through the kernel's dummy.
+// gets none and finishes through the kernel's dummy. Upload and download keep
+// the source's own name.
 void ShellCopyFileOperation::dispatch()
 {
-    const bool localSource = m_file->itemType() == AbstractItem::LocalFileItem;
-    const bool localTarget = m_destinationFolder->fileSystemClass() == AbstractFS::LocalClass;
-    if (localSource && localTarget) {
+    const AbstractItem::ItemType source = m_file->itemType();
+    const AbstractFS::FileSystemClass target = m_destinationFolder->fileSystemClass();
+    if (source == AbstractItem::CloudFileItem && target == AbstractFS::LocalClass) {
+        append(new CopyWSFileToLocalOperation(this, m_file.staticCast<AbstractCloudFile>(),
+                                              m_destinationFolder.staticCast<AbstractLocalContainer>(),
+                                              m_computeMd5, m_compareExisting, m_decryptionPasswords));
+    } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::CloudClass) {
+        append(new CopyLocalFileToWSOperation(this, m_file.staticCast<LocalFile>(),
+                                              m_destinationFolder.staticCast<AbstractS3Folder>(), m_compareExisting,
+                                              m_overwriteMode, m_clientSideEncryption, m_serverSideEncryption,
+                                              m_storageDirective, m_multipart));
+    } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::LocalClass) {
         append(new CopyLocalFileToLocalOperation(this, m_file.staticCast<LocalFile>(),
                                                  m_destinationFolder.staticCast<AbstractLocalContainer>(),
                                                  m_destinationName, m_move, m_compareExisting, m_failIfExists));
@@ -44,6 +59,18 @@ bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
     if (OperationGroup::prepareNextOperation(child))
         return true;
     switch (child->type()) {
+    case CopyWSFileToLocalType: {
+        auto* download = static_cast<CopyWSFileToLocalOperation*>(child);
+        m_copiedFile = download->downloadedFile();
+        moveStep(child, download->transferSkipped());
+        break;
+    }
+    case CopyLocalFileToWSType: {
+        auto* upload = static_cast<CopyLocalFileToWSOperation*>(child);
+        m_copiedFile = upload->uploadedFile();
+        moveStep(child, upload->transferSkipped());
+        break;
+    }
     case CopyLocalFileToLocalType: {
         auto* copy = static_cast<CopyLocalFileToLocalOperation*>(child);
         m_copiedFile = copy->copiedLocalFile();
@@ -61,6 +88,22 @@ bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
         break;
     }
     return false;
+}
+
+// A move removes its source once the copy has succeeded.
+void ShellCopyFileOperation::moveStep(AbstractOperation* child, bool skipped)
+{
+    if (!m_move || !child->error().isNull() || skipped)
+        return;
+    if (m_file->fileSystemClass() == AbstractFS::LocalClass) {
+        append(new DeleteLocalFileAtomicOperation(this, m_file));
+        return;
+    }
+    // The delete request of a cloud object is not part of this build yet; the
+    // source stays, and the move says so.
+    setError(OpError(OpError::GeneralError, QString(),
+                     tr("The source '%1' could not be removed after the copy.").arg(m_file->displayPath()),
+                     QString()));
 }
 
 QString ShellCopyFileOperation::sourceDisplayPath() const

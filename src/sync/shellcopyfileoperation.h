@@ -41,6 +41,7 @@ public:
 
 private:
     void dispatch();
+    void moveStep(AbstractOperation* child, bool skipped);
 
     QSharedPointer<AbstractFile> m_file;
     QSharedPointer<AbstractFolder> m_destinationFolder;

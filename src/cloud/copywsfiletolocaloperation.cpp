@@ -1,0 +1,178 @@
+#include "cloud/copywsfiletolocaloperation.h"
+
+#include <QFileInfo>
+
+#include "cloud/downloadoperation.h"
+#include "cloud/headwsfileoperation.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstractlocalcontainer.h"
+#include "items/driver.h"
+#include "items/localfile.h"
+#include "operations/localmd5atomicoperation.h"
+#include "operations/overwriteconfirmoperation.h"
+
+namespace {
+// The shell copy of whole containers, whose listing already holds the MD5.
+const int global_shellCopyContainerType = 59;
+const int global_destinationMd5Tag = 2;
+
+bool overwrites(BrindleLib::OverwriteMode mode)
+{
+    return mode == BrindleLib::OverwriteOnce || mode == BrindleLib::OverwriteAlways;
+}
+
+bool skips(BrindleLib::OverwriteMode mode)
+{
+    return mode == BrindleLib::SkipOnce || mode == BrindleLib::SkipAlways;
+}
+} // namespace
+
+CopyWSFileToLocalOperation::CopyWSFileToLocalOperation(OperationGroup* parent,
+                                                       const QSharedPointer<AbstractCloudFile>& source,
+                                                       const QSharedPointer<AbstractLocalContainer>& destinationFolder,
+                                                       bool computeMd5, bool compareExisting,
+                                                       const DecryptionPasswords& decryptionPasswords)
+    : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder), m_computeMd5(computeMd5),
+      m_compareExisting(compareExisting), m_decryptionPasswords(decryptionPasswords)
+{
+    addToTransferSize(m_source->size());
+}
+
+BrindleLib::OverwriteMode CopyWSFileToLocalOperation::topLevelOperationOverwriteMode()
+{
+    AbstractOperation* top = topLevelOperation();
+    if (top == this || !top->isGroup())
+        return BrindleLib::OverwriteAsk;
+    return static_cast<OperationGroup*>(top)->overwriteMode();
+}
+
+void CopyWSFileToLocalOperation::prepareFirstOperation()
+{
+    const QString path =
+        AbstractLocalContainer::concatPath(Driver::localDelimiter(), m_destinationFolder->path(), m_source->name());
+    if (!QFileInfo::exists(path)) {
+        appendDownload();
+        return;
+    }
+    m_existingLocalFile.reset(new LocalFile(m_destinationFolder, m_source->name()));
+    const BrindleLib::OverwriteMode mode = topLevelOperationOverwriteMode();
+    // A synchronisation overwrites always: this is its path.
+    if (overwrites(mode))
+        appendDownload();
+    else if (!m_compareExisting || skips(mode))
+        appendConfirm();
+    else if (parent() && parent()->type() == global_shellCopyContainerType) {
+        m_sourceMd5 = m_source->md5sum();
+        appendDestinationMd5();
+    } else {
+        appendHead();
+    }
+}
+
+void CopyWSFileToLocalOperation::appendDownload()
+{
+    append(new DownloadOperation(this, m_source, m_destinationFolder, m_decryptionPasswords, m_computeMd5));
+}
+
+void CopyWSFileToLocalOperation::appendConfirm()
+{
+    append(new OverwriteConfirmOperation);
+}
+
+void CopyWSFileToLocalOperation::appendDestinationMd5()
+{
+    auto* md5 = new LocalMd5AtomicOperation(this, m_existingLocalFile);
+    md5->setTag(global_destinationMd5Tag);
+    append(md5);
+}
+
+void CopyWSFileToLocalOperation::appendHead()
+{
+    append(new HeadWSFileOperation(this, m_source));
+}
+
+void CopyWSFileToLocalOperation::takeHeadResult(const QSharedPointer<AbstractCloudFile>& file)
+{
+    if (!file) {
+        setError(OpError(OpError::GeneralError, QString(), tr("File not found"), QString()));
+        return;
+    }
+    m_sourceMd5 = file->md5sum();
+    const BrindleLib::OverwriteMode mode = topLevelOperationOverwriteMode();
+    if (!m_compareExisting || !m_existingLocalFile || skips(mode))
+        appendDownload();
+    else
+        appendDestinationMd5();
+}
+
+void CopyWSFileToLocalOperation::downloadOrConfirm()
+{
+    if (overwrites(topLevelOperationOverwriteMode()))
+        appendDownload();
+    else
+        appendConfirm();
+}
+
+bool CopyWSFileToLocalOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    switch (child->type()) {
+    case HeadWSFileType:
+        if (child->error().isNull())
+            takeHeadResult(static_cast<HeadWSFileOperation*>(child)->file);
+        break;
+    case LocalMd5AtomicType:
+        if (child->error().isNull() && child->tag() == global_destinationMd5Tag) {
+            m_destinationMd5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;
+            downloadOrConfirm();
+        }
+        break;
+    case OverwriteConfirmType: {
+        const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
+        setOverwriteMode(answer);
+        if (overwrites(answer)) {
+            appendDownload();
+        } else {
+            m_transferSkipped = true;
+            addToTransferProgress(m_source->size());
+        }
+        AbstractOperation* top = topLevelOperation();
+        if (top != this && top->isGroup()
+            && (answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways))
+            static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
+        break;
+    }
+    case DownloadType:
+        verify(child);
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+// Both checksums known and different: the written file stays, and the
+// group fails without a retry.
+void CopyWSFileToLocalOperation::verify(AbstractOperation* child)
+{
+    auto* download = static_cast<DownloadOperation*>(child);
+    const QSharedPointer<LocalFile> file = download->downloadedFile();
+    const QByteArray expected = download->sourceMd5();
+    const QByteArray written = download->downloadedMd5();
+    {
+        FastMutexLocker locker(m_resultMutex);
+        m_downloadedFile = file;
+        m_downloadedMd5 = written;
+    }
+    m_sourceMd5 = expected;
+    if (!expected.isEmpty() && !written.isEmpty() && expected != written)
+        setError(OpError(OpError::GeneralError, QString(), QStringLiteral("MD5 checksum does not match"),
+                         QString()));
+}
+
+QSharedPointer<LocalFile> CopyWSFileToLocalOperation::downloadedFile() const
+{
+    FastMutexLocker locker(m_resultMutex);
+    return m_downloadedFile;
+}

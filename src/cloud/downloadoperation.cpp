@@ -1,0 +1,88 @@
+#include "cloud/downloadoperation.h"
+
+#include <QFileInfo>
+
+#include "cloud/downloadfromwsatomicoperation.h"
+#include "items/abstractaccount.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstractlocalcontainer.h"
+#include "items/localfile.h"
+
+DownloadOperation::DownloadOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
+                                     const QSharedPointer<AbstractLocalContainer>& destinationFolder,
+                                     const DecryptionPasswords& decryptionPasswords, bool computeMd5)
+    : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder),
+      m_decryptionPasswords(decryptionPasswords), m_computeMd5(computeMd5)
+{
+}
+
+void DownloadOperation::prepareFirstOperation()
+{
+    append(new DownloadFromWSAtomicOperation(this, m_source, m_destinationFolder, m_decryptionPasswords,
+                                             m_computeMd5));
+}
+
+bool DownloadOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    if (child->type() == DownloadFromWSAtomicType)
+        takeAnswer(child);
+    return false;
+}
+
+QByteArray DownloadOperation::expectedMd5(const HttpResponseHeader& head, const QByteArray& etagMetadataKey)
+{
+    if (head.contains(etagMetadataKey))
+        return QByteArray::fromBase64(head.field(etagMetadataKey).value());
+    QByteArray etag = head.field("ETag").value();
+    if (etag.startsWith('"'))
+        etag.remove(0, 1);
+    if (etag.endsWith('"'))
+        etag.chop(1);
+    return QByteArray::fromHex(etag);
+}
+
+void DownloadOperation::takeAnswer(AbstractOperation* child)
+{
+    auto* get = static_cast<DownloadFromWSAtomicOperation*>(child);
+    const QByteArray written = get->md5();
+    {
+        FastMutexLocker locker(m_resultMutex);
+        m_downloadedMd5 = written;
+    }
+    const HttpResponseHeader head = get->httpResponseHeader();
+    if (head.statusCode() != 200 || !get->error().isNull())
+        return;
+    const QByteArray expected = expectedMd5(head, m_source->account()->xMetaBrindleboxETag());
+    const QString path = get->targetPath();
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        setError(OpError(OpError::GeneralError, QString(), tr("Unknown Error"), QString()));
+        return;
+    }
+    // The file keeps the time of its writing: no date comes from the store.
+    QSharedPointer<LocalFile> file(new LocalFile(m_destinationFolder, path, int(info.fileName().size()),
+                                                 info.lastModified(), info.size()));
+    FastMutexLocker locker(m_resultMutex);
+    m_sourceMd5 = expected;
+    m_downloadedFile = file;
+}
+
+QSharedPointer<LocalFile> DownloadOperation::downloadedFile() const
+{
+    FastMutexLocker locker(m_resultMutex);
+    return m_downloadedFile;
+}
+
+QByteArray DownloadOperation::sourceMd5() const
+{
+    FastMutexLocker locker(m_resultMutex);
+    return m_sourceMd5;
+}
+
+QByteArray DownloadOperation::downloadedMd5() const
+{
+    FastMutexLocker locker(m_resultMutex);
+    return m_downloadedMd5;
+}

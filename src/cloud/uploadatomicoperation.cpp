@@ -1,0 +1,88 @@
+#include "cloud/uploadatomicoperation.h"
+
+#include "items/abstractaccount.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstracts3folder.h"
+#include "items/driver.h"
+#include "items/localfile.h"
+#include "util/contenttypesmanager.h"
+
+const QByteArray UploadAtomicOperation::_expect = "Expect";
+const QByteArray UploadAtomicOperation::_100Continue = "100-continue";
+const QByteArray UploadAtomicOperation::_contentType = "Content-type";
+const QByteArray UploadAtomicOperation::_contentLength = "Content-Length";
+const QByteArray UploadAtomicOperation::_reducedRedundancy = "REDUCED_REDUNDANCY";
+const QByteArray UploadAtomicOperation::_aes256 = "AES256";
+
+namespace {
+// The header word of a canned ACL; empty for 0 and for unknown numbers.
+QByteArray cannedWord(int canned)
+{
+    static const char* const words[] = {"",
+                                        "private",
+                                        "public-read",
+                                        "public-read-write",
+                                        "authenticated-read",
+                                        "project-private",
+                                        "bucket-owner-read",
+                                        "bucket-owner-full-control"};
+    return canned > 0 && canned < int(std::size(words)) ? QByteArray(words[canned]) : QByteArray();
+}
+} // namespace
+
+UploadAtomicOperation::UploadAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
+                                             const QSharedPointer<QIODevice>& device, qint64 size,
+                                             const QSharedPointer<AbstractS3Folder>& folder, Canned canned,
+                                             const QByteArray& contentMd5, const Metadata& metadata,
+                                             const StorageDirective& storageDirective,
+                                             const ServerSideEncryption& serverSideEncryption,
+                                             const Multipart& multipart)
+    : WSObjectOperation(parent, Driver::createChildFile(folder, source->name())), m_source(source),
+      m_device(device), m_size(size), m_folder(folder), m_canned(canned), m_contentMd5(contentMd5),
+      m_metadata(metadata), m_storageDirective(storageDirective), m_serverSideEncryption(serverSideEncryption),
+      m_multipart(multipart)
+{
+}
+
+UploadAtomicOperation* UploadAtomicOperation::clone(OperationGroup* parent) const
+{
+    return new UploadAtomicOperation(parent, m_source, m_device, m_size, m_folder, m_canned, m_contentMd5,
+                                     m_metadata, m_storageDirective, m_serverSideEncryption, m_multipart);
+}
+
+bool UploadAtomicOperation::initializeRequestDataDevice()
+{
+    // Closed here so that the client opens it again and reads from byte 0.
+    if (m_device && m_device->isOpen())
+        m_device->close();
+    return true;
+}
+
+Metadata UploadAtomicOperation::httpFieldList() const
+{
+    const QSharedPointer<AbstractAccount> account = this->account();
+    Metadata fields = WSObjectOperation::httpFieldList();
+    fields.append(m_metadata);
+    // A type that the file's own metadata names wins over the table.
+    if (!fields.contains(_contentType)) {
+        const QString type = ContentTypesManager::instance()->get(fileExtension(m_source->name()));
+        fields.append(HttpField(_contentType, type.toLatin1()));
+    }
+    fields.append(HttpField(_contentLength, QByteArray::number(m_size)));
+    if (account->hasFeature(AbstractAccount::ExpectContinueFeature))
+        fields.append(HttpField(_expect, _100Continue));
+    if (m_canned != 0)
+        fields.append(HttpField(account->xAcl(), cannedWord(m_canned)));
+    // Stores without the feature get no word of it rather than a refusal.
+    if (m_storageDirective.mode() == StorageDirective::SetMode
+        && m_storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage
+        && account->hasFeature(AbstractAccount::StorageClassFeature))
+        fields.append(HttpField(account->xStorageClass(), _reducedRedundancy));
+    if (m_serverSideEncryption.mode() == ServerSideEncryption::Enabled
+        && m_serverSideEncryption.algorithm() == ServerSideEncryption::Aes256
+        && account->hasFeature(AbstractAccount::ServerSideEncryptionFeature))
+        fields.append(HttpField(account->xServerSideEncryption(), _aes256));
+    if (!m_contentMd5.isEmpty())
+        fields.append(HttpField("Content-MD5", m_contentMd5.toBase64()));
+    return fields;
+}

@@ -1,0 +1,78 @@
+#include "cloud/uploadoperation.h"
+
+#include "cloud/uploadatomicoperation.h"
+#include "items/abstractaccount.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstracts3folder.h"
+#include "items/driver.h"
+#include "items/localfile.h"
+#include "net/timeoffset.h"
+
+UploadOperation::UploadOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
+                                 const QSharedPointer<QIODevice>& device, qint64 size,
+                                 const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                                 const Metadata& metadata, const StorageDirective& storageDirective,
+                                 const ServerSideEncryption& serverSideEncryption, const Multipart& multipart)
+    : OperationGroup(parent), m_source(source), m_device(device), m_size(size), m_folder(folder),
+      m_contentMd5(contentMd5), m_metadata(metadata), m_storageDirective(storageDirective),
+      m_serverSideEncryption(serverSideEncryption), m_multipart(multipart), m_owner(folder->owner())
+{
+}
+
+void UploadOperation::prepareFirstOperation()
+{
+    appendUploadToWsOp();
+}
+
+// Objects go out without an ACL of their own: the store gives them its
+// default, as no command-line option asks for another.
+void UploadOperation::appendUploadToWsOp()
+{
+    append(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, 0, m_contentMd5, m_metadata,
+                                     m_storageDirective, m_serverSideEncryption, m_multipart));
+}
+
+bool UploadOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    if (child->type() == UploadAtomicType)
+        takeAnswer(child);
+    return false;
+}
+
+// The item is made from what the answer says: its date is the server's
+// time of the answer, not a stored modification time.
+void UploadOperation::takeAnswer(AbstractOperation* child)
+{
+    auto* put = static_cast<UploadAtomicOperation*>(child);
+    const HttpResponseHeader answer = put->httpResponseHeader();
+    if (!put->error().isNull() || answer.statusCode() != 200)
+        return;
+    QSharedPointer<AbstractCloudFile> file = Driver::createChildFile(m_folder, m_source->name());
+    file->setSize(m_size);
+    file->setLastModified(fromHttpDate(QString::fromLatin1(answer.field("Date").value())).toLocalTime());
+    if (m_owner)
+        file->setOwner(m_owner);
+    const QByteArray versionId = answer.field(m_folder->account()->xVersionId()).value();
+    if (!versionId.isEmpty())
+        file->setVersionId(versionId);
+    FastMutexLocker locker(m_resultMutex);
+    m_uploadedFile = file;
+}
+
+QSharedPointer<AbstractCloudFile> UploadOperation::uploadedFile() const
+{
+    FastMutexLocker locker(m_resultMutex);
+    return m_uploadedFile;
+}
+
+void UploadOperation::clearSourceDevice()
+{
+    m_device.reset();
+    for (int i = 0; i < operationCount(); ++i) {
+        AbstractOperation* op = operationAt(i);
+        if (op->type() == UploadAtomicType)
+            static_cast<UploadAtomicOperation*>(op)->clearDevice();
+    }
+}

@@ -1,0 +1,58 @@
+#ifndef UPLOADOPERATION_H
+#define UPLOADOPERATION_H
+
+#include <QIODevice>
+#include <QSharedPointer>
+
+#include "crypto/multipart.h"
+#include "crypto/serversideencryption.h"
+#include "crypto/storagedirective.h"
+#include "net/metadata.h"
+#include "operations/operationgroup.h"
+
+class AbstractCloudFile;
+class AbstractS3Folder;
+class AbstractUser;
+class LocalFile;
+
+// Sends a prepared stream as one object and turns the store's answer into the
+// item that now stands there.
+class UploadOperation : public OperationGroup
+{
+    Q_DECLARE_TR_FUNCTIONS(UploadOperation)
+
+public:
+    UploadOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
+                    const QSharedPointer<QIODevice>& device, qint64 size,
+                    const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                    const Metadata& metadata, const StorageDirective& storageDirective,
+                    const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
+
+    int type() const override { return UploadType; }
+    QString name() const override { return tr("Upload"); }
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+    // The object after a successful PUT; null before or after a failure.
+    QSharedPointer<AbstractCloudFile> uploadedFile() const;
+    void clearSourceDevice();
+
+private:
+    void appendUploadToWsOp();
+    void takeAnswer(AbstractOperation* child);
+
+    const QSharedPointer<LocalFile> m_source;
+    QSharedPointer<QIODevice> m_device;
+    const qint64 m_size;
+    const QSharedPointer<AbstractS3Folder> m_folder;
+    const QByteArray m_contentMd5;
+    const Metadata m_metadata;
+    const StorageDirective m_storageDirective;
+    const ServerSideEncryption m_serverSideEncryption;
+    const Multipart m_multipart;
+    QSharedPointer<AbstractUser> m_owner;
+    QSharedPointer<AbstractCloudFile> m_uploadedFile;
+    mutable FastMutex m_resultMutex;
+};
+
+#endif
