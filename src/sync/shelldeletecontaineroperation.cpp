@@ -62,7 +62,7 @@ void ShellDeleteContainerOperation::prepareFirstOperation()
     if (listed)
         return;
     // Links are not followed: a deletion must never reach into another tree.
-    const auto versions = BrindleLib::ListVersionMode(allVersions ? 2 : 0);
+    const auto versions = allVersions ? BrindleLib::ListAllVersions : BrindleLib::ListCurrentVersions;
     append(new ShellListFolderOperation(this, folder, BrindleLib::ListSubtree, versions, true, true, true,
                                         Filter()));
 }

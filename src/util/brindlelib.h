@@ -20,7 +20,8 @@ enum OverwriteMode {
 
 enum EntryListMode { ListOneLevel = 0, ListSubtree = 1 };
 
-enum ListVersionMode { ListCurrentVersions = 0 };
+// Current objects only, or every version and delete marker.
+enum ListVersionMode { ListCurrentVersions = 0, ListAllVersions = 2 };
 
 // The tool only ever holds 0 and copies it.
 enum VersioningState { VersioningUnset = 0 };

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void listingQuery();
     void subtreePagesRebuildOneTree();
     void fileModeKeepsOnlyTheKey();
+    void versionPagesGoOnFromBothMarkers();
     void head_data();
     void head();
     void deleteNeeds204_data();
@@ -222,6 +223,33 @@ void TestStoreOperations::fileModeKeepsOnlyTheKey()
     QVERIFY(run.finished);
     QCOMPARE(store.requests.value(0), QByteArray("GET /johnsmith/?&prefix=dir/x&delimiter=%2F"));
     QCOMPARE(paths(listing->files), QStringList({"dir/x"}));
+}
+
+void TestStoreOperations::versionPagesGoOnFromBothMarkers()
+{
+    const QByteArray first =
+        "<ListVersionsResult><IsTruncated>true</IsTruncated><NextKeyMarker>a/k</NextKeyMarker>"
+        "<NextVersionIdMarker>v+2</NextVersionIdMarker>"
+        "<Version><Key>a/k</Key><VersionId>v1</VersionId><IsLatest>true</IsLatest><ETag>\"aa\"</ETag><Size>1</Size></Version>"
+        "<DeleteMarker><Key>a/gone</Key><VersionId>m1</VersionId><IsLatest>true</IsLatest></DeleteMarker>"
+        "</ListVersionsResult>";
+    const QByteArray last = "<ListVersionsResult><IsTruncated>false</IsTruncated>"
+                            "<Version><Key>a/k</Key><VersionId>v0</VersionId><IsLatest>false</IsLatest></Version>"
+                            "</ListVersionsResult>";
+    FakeStore store({answer(200, first), answer(200, last)});
+    const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
+    auto* listing = new WSListOperation(nullptr, Driver::createFolder("a/", bucket, QByteArray(), false),
+                                        BrindleLib::ListOneLevel, BrindleLib::ListAllVersions, Filter());
+    const Run run(listing);
+    QVERIFY(run.finished);
+    QVERIFY(run.error().isNull());
+    QCOMPARE(store.requests.value(1),
+             QByteArray("GET /johnsmith/?versions&prefix=a/&delimiter=%2F&key-marker=a%2Fk&version-id-marker=v%2B2"));
+    QCOMPARE(paths(listing->files), QStringList({"a/k", "a/gone", "a/k"}));
+    const auto marker = listing->files.at(1).staticCast<AbstractCloudFile>();
+    QVERIFY(!marker->deleteMarker().isNull());
+    QVERIFY(marker->url().toString().endsWith("versionId=m1"));
+    QVERIFY(!listing->files.at(2).staticCast<AbstractCloudFile>()->isLatest());
 }
 
 void TestStoreOperations::head_data()
