@@ -159,5 +159,10 @@ PY
 
 # one normalized line per request: METHOD URI STATUS (the host is not in radosgw's log)
 _rgw_requests() {
+  # radosgw writes its log from a thread of its own: flush it so that the last requests are there
+  local sock
+  for sock in "$1"/run/*client.rgw*.asok; do
+    [[ -S $sock ]] && timeout 5 ceph --admin-daemon "$sock" log flush >/dev/null 2>&1 || true
+  done
   sed -nE 's/^.* beast: [^ ]+ .* "([A-Z]+) ([^ ]*) HTTP\/[0-9.]+" ([0-9]+) .*$/\1 \2 \3/p' "$1/requests.log"
 }

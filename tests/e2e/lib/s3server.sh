@@ -395,7 +395,8 @@ s3_requests() {
 
 s3_request_count() {
   local n
-  n=$(s3_requests | grep -cE -- "${1:-.}")
+  # grep -c exits 1 when it counts nothing, which is an answer here
+  n=$(s3_requests | grep -cE -- "${1:-.}" || true)
   echo "${n:-0}"
 }
 
