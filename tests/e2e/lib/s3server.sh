@@ -369,10 +369,11 @@ s3_object_md5() {
 
 _s3_requests_all() {
   # radosgw writes its log from a thread: let it settle (bounded) before reading
-  local size=-1 now i
-  for (( i = 0; i < 30; i++ )); do
+  # (a request is logged after its answer went out, so the log must stay still for a while)
+  local size=-1 now i still=0
+  for (( i = 0; i < 50 && still < 5; i++ )); do
     now=$(stat -L -c %s "$S3_DIR/requests.log" 2>/dev/null || echo 0)
-    [[ $now == "$size" ]] && break
+    if [[ $now == "$size" ]]; then still=$(( still + 1 )); else still=0; fi
     size=$now; sleep 0.1
   done
   "_${S3_SERVER}_requests" "$S3_DIR"
