@@ -83,7 +83,7 @@ for opts in "--keep-new" "--dont-delete" "--dont-add" "--dont-replace" "--KEEP-N
   expect_tree "${expected[@]}"
   # a newer or protected destination is left alone without an error
   if [[ $opts == *keep-new* || $opts == *KEEP-NEW* || $opts == *dont-replace* ]]; then
-    e2e_expect_eq "$CASE: exit code" 0 "$STATUS"
+    e2e_expect_eq "$CASE: exit code (stderr: ${ERR:0:300})" 0 "$STATUS"
     e2e_expect_eq "$CASE: destination kept" destination "$(cat "$DST/older-src.txt")"
   else
     e2e_expect_eq "$CASE: replacing fails, exit code" 1 "$STATUS"
@@ -103,7 +103,7 @@ check_filter() {  # check_filter "OPTION VALUE" expected-files...
   run $option "$SRC/" "$DST/"
   set +f
   CASE="filter $option"
-  e2e_expect_eq "$CASE: exit code" 0 "$STATUS"
+  e2e_expect_eq "$CASE: exit code (stderr: ${ERR:0:300})" 0 "$STATUS"
   e2e_expect_eq "$CASE: copied" "$(printf '%s\n' "$@" | sort)" "$(cd "$DST" && find . -type f | sort)"
 }
 check_filter "--exclude-cs-filename *.tmp" ./Upper.TXT ./keep.txt ./sub/inner.txt
@@ -121,7 +121,7 @@ for opts in "" "--hidden-files" "-s"; do
   put "$SRC/.hidden"; put "$SRC/seen"; put "$DST/.dst-hidden"
   run $opts "$SRC/" "$DST/"
   CASE="hidden files with '${opts}'"
-  e2e_expect_eq "$CASE: exit code" 0 "$STATUS"
+  e2e_expect_eq "$CASE: exit code (stderr: ${ERR:0:300})" 0 "$STATUS"
   # The destination is listed in full: its hidden file has no twin and goes.
   if [[ -z $opts ]]; then expect_tree ./seen; else expect_tree ./.hidden ./seen; fi
 done
@@ -134,7 +134,7 @@ for opts in "" "-l"; do
   put "$SRC/target.txt" "content"; ln -s target.txt "$SRC/link.txt"
   run $opts "$SRC/" "$DST/"
   CASE="symbolic links with '${opts}'"
-  e2e_expect_eq "$CASE: exit code" 0 "$STATUS"
+  e2e_expect_eq "$CASE: exit code (stderr: ${ERR:0:300})" 0 "$STATUS"
   if [[ -z $opts ]]; then
     expect_tree ./target.txt
   else
