@@ -10,8 +10,12 @@ bin=${1:-$root/build/release/quorle}
 [[ -x $bin ]] || { echo "no binary at $bin (run scripts/build.sh release)" >&2; exit 2; }
 command -v /usr/bin/time >/dev/null || { echo "needs /usr/bin/time (Debian package time)" >&2; exit 2; }
 work=$(mktemp -d "${TMPDIR:-/tmp}/quorle-bench.XXXXXX")
-trap 'rm -rf "$work"' EXIT
-export QUORLES_ACCESS_KEY=bench QUORLES_SECRET_KEY=bench
+# Every run lists the account's buckets first: a local S3 server answers that.
+trap '"$root/scripts/s3-server.sh" stop "$work/s3" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
+"$root/scripts/s3-server.sh" start "$work/s3" >/dev/null
+# shellcheck disable=SC1091
+set -a; . "$work/s3/env"; set +a
+store=(--endpoint "$S3_HOST" --port "$S3_PORT")
 
 make_small() {
   local d i j
@@ -27,7 +31,7 @@ make_large() {
 
 measure() {  # measure LABEL SRC DST
   local out="$work/time.out"
-  /usr/bin/time -f '%e %M' -o "$out" "$bin" -t 4 "$2/" "$3/" || { echo "$1: quorle failed" >&2; exit 1; }
+  /usr/bin/time -f '%e %M' -o "$out" "$bin" -t 4 "${store[@]}" "$2/" "$3/" || { echo "$1: quorle failed" >&2; exit 1; }
   read -r seconds kib <"$out"
   printf '%-24s %8.2f s %8d KiB peak RSS\n' "$1" "$seconds" "$kib"
 }
