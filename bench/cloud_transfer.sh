@@ -36,18 +36,22 @@ measure() {  # measure LABEL COMMAND... : prints seconds and peak RSS
   printf '%-34s %8.2f s %9d KiB peak RSS\n' "$1" "$seconds" "$kib"
 }
 
-quorle() { "$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT" "$@"; }
+# /usr/bin/time runs programs, not shell functions: the tool is named by its path
+quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
+# a destination prefix must exist before a sync into it: a folder object makes it
+make_prefix() { s3_aws s3api put-object --bucket "$BUCKET" --key "$1" >/dev/null; }
 
 for kind in small large; do
   src=$work/$kind/src
   "make_$kind" "$src"
   sync
-  for tool in quorle s3cmd aws; do
+  for tool in ${BENCH_TOOLS:-quorle s3cmd aws}; do
     dst=$work/$kind/$tool
     mkdir -p "$dst"
     case $tool in
-      quorle) measure "$kind: quorle upload" quorle "$src/" "s3://$BUCKET/$tool/$kind/"
-              measure "$kind: quorle download" quorle "s3://$BUCKET/$tool/$kind/" "$dst/" ;;
+      quorle) make_prefix "$tool/$kind/"
+              measure "$kind: quorle upload" "${quorle[@]}" "$src/" "s3://$BUCKET/$tool/$kind/"
+              measure "$kind: quorle download" "${quorle[@]}" "s3://$BUCKET/$tool/$kind/" "$dst/" ;;
       s3cmd)  measure "$kind: s3cmd upload" s3_s3cmd --path --no-progress sync "$src/" "s3://$BUCKET/$tool/$kind/"
               measure "$kind: s3cmd download" s3_s3cmd --path --no-progress sync "s3://$BUCKET/$tool/$kind/" "$dst/" ;;
       aws)    measure "$kind: aws s3 upload" s3_aws s3 sync --only-show-errors "$src/" "s3://$BUCKET/$tool/$kind/"
