@@ -2,7 +2,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
-#include "../net/scriptedserver.h"
+#include "fakestore.h"
 #include "items/abstractbucket.h"
 #include "items/abstractcloudfile.h"
 #include "items/driver.h"
@@ -38,24 +38,13 @@ const QByteArray global_secretKey = "wJalrXUtnFEMI/K7MDENG/bPxRfiCYEXAMPLEKEY";
 QByteArray answer(int status, const QByteArray& reason, const QByteArray& body = QByteArray(),
                   const QByteArray& extra = "Content-Type: application/xml\r\n")
 {
-    return "HTTP/1.1 " + QByteArray::number(status) + ' ' + reason + "\r\n" + extra
-        + "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+    return httpAnswer(status, reason, body, extra);
 }
 
 QByteArray errorDocument(const QByteArray& code)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><Error><Code>" + code
         + "</Code><Message>m</Message></Error>";
-}
-
-QByteArray headerValue(const QByteArray& head, const QByteArray& name)
-{
-    for (const QByteArray& line : head.split('\n')) {
-        const int colon = int(line.indexOf(':'));
-        if (colon > 0 && line.left(colon).trimmed().toLower() == name.toLower())
-            return line.mid(colon + 1).trimmed();
-    }
-    return QByteArray();
 }
 
 // Checks a request as a store does: rebuilds the string to sign from what
@@ -80,49 +69,6 @@ bool signatureHolds(const QByteArray& head)
     const QByteArray signature =
         QMessageAuthenticationCode::hash(text, global_secretKey, QCryptographicHash::Sha1).toBase64();
     return headerValue(head, "Authorization") == "AWS " + global_accessKey + ':' + signature;
-}
-
-// A store on a loopback port: answers the requests in turn from a list whose
-// last entry repeats, and keeps what it was sent.
-class FakeStore
-{
-public:
-    explicit FakeStore(QList<QByteArray> answers = {answer(200, "OK")})
-        : m_answers(std::move(answers)), m_server([this](QTcpSocket* s, QByteArray& in) { serve(s, in); })
-    {
-    }
-
-    quint16 port() const { return m_server.port(); }
-    int connections() const { return m_server.connections(); }
-    QList<QByteArray> heads;
-    QList<QByteArray> bodies;
-
-private:
-    void serve(QTcpSocket* socket, QByteArray& in)
-    {
-        QByteArray head;
-        QByteArray body;
-        while (ScriptedServer::takeRequest(in, &head, &body)) {
-            heads << head;
-            bodies << body;
-            socket->write(m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.first());
-        }
-    }
-
-    QList<QByteArray> m_answers;
-    ScriptedServer m_server;
-};
-
-QSharedPointer<AbstractAccount> loopbackAccount(int port)
-{
-    QSharedPointer<AbstractAccount> account = Driver::createAccount(AbstractAccount::AmazonS3Provider, Id());
-    account->setEndpoint(Driver::createEndpoint(QStringLiteral("127.0.0.1"), AbstractFS::S3FileSystem));
-    account->setRequestStyle(BrindleLib::RequestStylePath);
-    account->setProtocol(BrindleLib::ProtocolHttp);
-    account->setExplicitPort(port);
-    account->setAccessKey(global_accessKey);
-    account->setSecretKey(global_secretKey);
-    return account;
 }
 
 QSharedPointer<AbstractCloudFile> loopbackFile(int port, const QString& key)
