@@ -19,11 +19,8 @@ private Q_SLOTS:
     void roundTrip();
     void fromByteArray_data();
     void fromByteArray();
-    void defaults();
-    void copyDetaches();
     void decryptionPasswordsKeepOrder();
     void passwordBytesAreUtf8();
-    void storageValues();
 };
 
 namespace {
@@ -157,42 +154,6 @@ void TestClientSideEncryption::fromByteArray()
     QCOMPARE(parsed.second, iv);
 }
 
-void TestClientSideEncryption::defaults()
-{
-    ClientSideEncryption settings;
-    QVERIFY(settings.isSalted());
-    QVERIFY(!settings.isEncryptionEnabled());
-    QVERIFY(!settings.isCompressionEnabled());
-    QCOMPARE(settings.algorithm(), ClientSideEncryption::Aes256Cbc);
-    QCOMPARE(settings.compressionLevel(), 0);
-    QVERIFY(settings.toByteArray().isEmpty());
-
-    settings.setCompressionEnabled(true);
-    QCOMPARE(settings.toByteArray(), QByteArray("gzip; "));
-    settings.setEncryptionEnabled(true);
-    QCOMPARE(settings.toByteArray(), QByteArray("gzip; AES-256 (OpenSSL aes-256-cbc)"));
-    settings.setCompressionEnabled(false);
-    settings.setAlgorithm(ClientSideEncryption::TripleDesCbc);
-    QCOMPARE(settings.toByteArray(), QByteArray("3DES (OpenSSL des-ede3-cbc)"));
-}
-
-void TestClientSideEncryption::copyDetaches()
-{
-    ClientSideEncryption original;
-    original.setEncryptionEnabled(true);
-    original.setPassword(Password::fromString(QStringLiteral("first")));
-    ClientSideEncryption copy = original;
-    copy.setSalted(false);
-    copy.setPassword(Password::fromString(QStringLiteral("second")));
-    copy.setAlgorithm(ClientSideEncryption::BlowfishCbc);
-
-    QVERIFY(original.isSalted());
-    QCOMPARE(original.password().toUtf8(), QByteArray("first"));
-    QCOMPARE(original.algorithm(), ClientSideEncryption::Aes256Cbc);
-    QVERIFY(copy.isEncryptionEnabled());
-    QCOMPARE(copy.password().toUtf8(), QByteArray("second"));
-}
-
 void TestClientSideEncryption::decryptionPasswordsKeepOrder()
 {
     DecryptionPasswords passwords;
@@ -220,32 +181,6 @@ void TestClientSideEncryption::passwordBytesAreUtf8()
     QCOMPARE(Password::fromUtf8("\xff\xfe").toUtf8(), QByteArray("\xff\xfe"));
     QVERIFY(Password::fromString(text) == Password::fromUtf8(text.toUtf8()));
     QVERIFY(Password().isEmpty());
-}
-
-void TestClientSideEncryption::storageValues()
-{
-    QVERIFY(ServerSideEncryption().isNull());
-    QVERIFY(ServerSideEncryption(ServerSideEncryption::NotRequested,
-                                 ServerSideEncryption::NoAlgorithm).isNull());
-    const ServerSideEncryption sse(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256);
-    QCOMPARE(sse.mode(), ServerSideEncryption::Enabled);
-    QCOMPARE(sse.algorithm(), ServerSideEncryption::Aes256);
-    ServerSideEncryption keep = sse;
-    keep.setMode(ServerSideEncryption::KeepExisting);
-    QCOMPARE(sse.mode(), ServerSideEncryption::Enabled);
-
-    const StorageDirective rrs(StorageDirective::SetMode, StorageDirective::ReducedRedundancyStorage);
-    QCOMPARE(rrs.mode(), StorageDirective::SetMode);
-    QCOMPARE(rrs.storageClass(), StorageDirective::ReducedRedundancyStorage);
-    QCOMPARE(StorageDirective().storageClass(), StorageDirective::StandardStorage);
-
-    Multipart multipart;
-    QCOMPARE(multipart.partSize(), qint64(1073741824));
-    QCOMPARE(multipart.directive(), Multipart::DefaultDirective);
-    Multipart copy = multipart;
-    copy.setPartSize(5);
-    QCOMPARE(multipart.partSize(), qint64(1073741824));
-    QCOMPARE(copy.partSize(), qint64(5));
 }
 
 QTEST_GUILESS_MAIN(TestClientSideEncryption)

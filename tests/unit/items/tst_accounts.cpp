@@ -11,9 +11,6 @@ class TestAccounts : public QObject
 private Q_SLOTS:
     void providerTable_data();
     void providerTable();
-    void familyWords_data();
-    void familyWords();
-    void etag2KeyPerFamily();
     void mostDerivedConstructorWins();
     void portFallsBackToDefault_data();
     void portFallsBackToDefault();
@@ -105,48 +102,6 @@ void TestAccounts::providerTable()
     QCOMPARE(account->hasFeature(AbstractAccount::ExpectContinueFeature), bool(mask & 1));
     QCOMPARE(account->hasFeature(AbstractAccount::StorageClassFeature), bool(mask & 8));
     QCOMPARE(account->hasFeature(AbstractAccount::ServerSideEncryptionFeature), bool(mask & 32));
-}
-
-void TestAccounts::familyWords_data()
-{
-    QTest::addColumn<int>("provider");
-    QTest::addColumn<QByteArray>("p");
-    QTest::addColumn<QByteArray>("sse");
-    QTest::newRow("amazon") << 0 << QByteArray("x-amz-")
-                            << QByteArray("x-amz-server-side-encryption");
-    QTest::newRow("google") << 1 << QByteArray("x-goog-") << QByteArray();
-    QTest::newRow("cloudian") << 3 << QByteArray("x-amz-")
-                              << QByteArray("x-amz-server-side-encryption");
-    QTest::newRow("nifty") << 4 << QByteArray("x-nifty-")
-                           << QByteArray("x-nifty-server-side-encryption");
-}
-
-void TestAccounts::familyWords()
-{
-    QFETCH(int, provider);
-    QFETCH(QByteArray, p);
-    QFETCH(QByteArray, sse);
-    const QSharedPointer<AbstractAccount> a = make(provider);
-    QCOMPARE(a->xMeta(), p + "meta-");
-    QCOMPARE(a->xMetaBrindleboxEncryption(), p + "meta-brindlebox-encryption");
-    QCOMPARE(a->xMetaBrindleboxETag(), p + "meta-brindlebox-etag");
-    QCOMPARE(a->xMetaBrindleboxContentLength(), p + "meta-brindlebox-content-length");
-    QCOMPARE(a->xAcl(), p + "acl");
-    QCOMPARE(a->xCopySource(), p + "copy-source");
-    QCOMPARE(a->xMetadataDirective(), p + "metadata-directive");
-    QCOMPARE(a->xStorageClass(), p + "storage-class");
-    QCOMPARE(a->xVersionId(), p + "version-id");
-    QCOMPARE(a->xDeleteMarker(), p + "delete-marker");
-    QCOMPARE(a->xServerSideEncryption(), sse);
-    QCOMPARE(a->xServerSideEncryption().isEmpty(), sse.isEmpty());
-}
-
-void TestAccounts::etag2KeyPerFamily()
-{
-    QCOMPARE(AmazonS3Account().xMetaBrindleboxETag2(), QByteArray("x-amz-meta-brindlebox-etag2"));
-    QCOMPARE(NiftyAccount().xMetaBrindleboxETag2(), QByteArray("x-nifty-meta-brindlebox-etag2"));
-    QCOMPARE(GoogleStorageAccount().xMetaBrindleboxEtag2(),
-             QByteArray("x-goog-meta-brindlebox-etag2"));
 }
 
 void TestAccounts::mostDerivedConstructorWins()

@@ -10,8 +10,6 @@ class TestLocalItems : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void itemTypeToString_data();
-    void itemTypeToString();
     void concatPath_data();
     void concatPath();
     void childPathsAndNames();
@@ -49,26 +47,6 @@ QSharedPointer<LocalFolder> folderUnder(const QSharedPointer<AbstractLocalContai
 }
 
 } // namespace
-
-void TestLocalItems::itemTypeToString_data()
-{
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("invisible root") << 0 << "InvisibleRoot";
-    QTest::newRow("drive") << 2 << "DriveItem";
-    QTest::newRow("local file") << 4 << "LocalFileItem";
-    QTest::newRow("cloud folder") << 7 << "CloudFolderItem";
-    QTest::newRow("dot dot") << 9 << "DotDotItem";
-    QTest::newRow("below range") << -1 << "";
-    QTest::newRow("above range") << 10 << "";
-}
-
-void TestLocalItems::itemTypeToString()
-{
-    QFETCH(int, type);
-    QFETCH(QString, text);
-    QCOMPARE(AbstractItem::itemTypeToString(AbstractItem::ItemType(type)), text);
-}
 
 void TestLocalItems::concatPath_data()
 {

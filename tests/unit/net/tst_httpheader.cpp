@@ -17,7 +17,6 @@ private Q_SLOTS:
     void requestPath();
     void contentLength_data();
     void contentLength();
-    void defaultConstructedWriteNothing();
     void metaDataKeepsOnlyUserFields();
 };
 
@@ -178,16 +177,6 @@ void TestHttpHeader::contentLength()
     HttpResponseHeader head(text);
     QCOMPARE(head.containsContentLength(), present);
     QCOMPARE(head.contentLength(), length);
-}
-
-void TestHttpHeader::defaultConstructedWriteNothing()
-{
-    QVERIFY(HttpRequestHeader().toByteArray().isEmpty());
-    QVERIFY(!HttpRequestHeader().isValid());
-    QVERIFY(HttpResponseHeader().toByteArray().isEmpty());
-    QCOMPARE(HttpResponseHeader().statusCode(), -1);
-    QCOMPARE(HttpRequestHeader::methodString(HttpRequestHeader::Method(9)), QByteArray());
-    QCOMPARE(HttpRequestHeader::methodString(HttpRequestHeader::DeleteMethod), QByteArray("DELETE"));
 }
 
 void TestHttpHeader::metaDataKeepsOnlyUserFields()
