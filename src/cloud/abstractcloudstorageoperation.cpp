@@ -109,11 +109,7 @@ QByteArray AbstractCloudStorageOperation::buildStringToSign(const QByteArray& da
     return text;
 }
 
-QByteArray AbstractCloudStorageOperation::stringToSign() const
-{
-    FastMutexLocker locker(m_signMutex);
-    return m_stringToSign;
-}
+QByteArray AbstractCloudStorageOperation::stringToSign() const { return lockedRead(m_signMutex, m_stringToSign); }
 
 Metadata AbstractCloudStorageOperation::canonicalizedAmzHeaders(
     const QSharedPointer<AbstractAccount>& account, const Metadata& fields)

@@ -12,11 +12,7 @@ void AbstractWebServiceOperation::dataReceived(const QByteArray& data)
     m_responseData += data;
 }
 
-void AbstractWebServiceOperation::setRequestData(const QByteArray& data)
-{
-    FastMutexLocker locker(m_webMutex);
-    m_requestData = data;
-}
+void AbstractWebServiceOperation::setRequestData(const QByteArray& data) { lockedWrite(m_webMutex, m_requestData, data); }
 
 void AbstractWebServiceOperation::makeRequestHeader()
 {
@@ -27,35 +23,11 @@ void AbstractWebServiceOperation::makeRequestHeader()
     m_requestHeader = header;
 }
 
-HttpRequestHeader AbstractWebServiceOperation::httpRequestHeader() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_requestHeader;
-}
-
-HttpResponseHeader AbstractWebServiceOperation::httpResponseHeader() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_responseHeader;
-}
-
-void AbstractWebServiceOperation::setHttpResponseHeader(const HttpResponseHeader& header)
-{
-    FastMutexLocker locker(m_webMutex);
-    m_responseHeader = header;
-}
-
-QByteArray AbstractWebServiceOperation::responseData() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_responseData;
-}
-
-QByteArray AbstractWebServiceOperation::requestData() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_requestData;
-}
+HttpRequestHeader AbstractWebServiceOperation::httpRequestHeader() const { return lockedRead(m_webMutex, m_requestHeader); }
+HttpResponseHeader AbstractWebServiceOperation::httpResponseHeader() const { return lockedRead(m_webMutex, m_responseHeader); }
+void AbstractWebServiceOperation::setHttpResponseHeader(const HttpResponseHeader& header) { lockedWrite(m_webMutex, m_responseHeader, header); }
+QByteArray AbstractWebServiceOperation::responseData() const { return lockedRead(m_webMutex, m_responseData); }
+QByteArray AbstractWebServiceOperation::requestData() const { return lockedRead(m_webMutex, m_requestData); }
 
 void AbstractWebServiceOperation::clearResponseData()
 {
@@ -63,29 +35,10 @@ void AbstractWebServiceOperation::clearResponseData()
     m_responseData.clear();
 }
 
-int AbstractWebServiceOperation::redirectCount() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_redirectCount;
-}
-
-void AbstractWebServiceOperation::setRedirectCount(int count)
-{
-    FastMutexLocker locker(m_webMutex);
-    m_redirectCount = count;
-}
-
-QUrl AbstractWebServiceOperation::redirectLocation() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_redirectLocation;
-}
-
-bool AbstractWebServiceOperation::redirectFlag() const
-{
-    FastMutexLocker locker(m_webMutex);
-    return m_redirectFlag;
-}
+int AbstractWebServiceOperation::redirectCount() const { return lockedRead(m_webMutex, m_redirectCount); }
+void AbstractWebServiceOperation::setRedirectCount(int count) { lockedWrite(m_webMutex, m_redirectCount, count); }
+QUrl AbstractWebServiceOperation::redirectLocation() const { return lockedRead(m_webMutex, m_redirectLocation); }
+bool AbstractWebServiceOperation::redirectFlag() const { return lockedRead(m_webMutex, m_redirectFlag); }
 
 void AbstractWebServiceOperation::setRedirectLocation(const QUrl& location)
 {

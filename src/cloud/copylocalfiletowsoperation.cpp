@@ -252,8 +252,4 @@ void CopyLocalFileToWSOperation::takeMd5(AbstractOperation* child)
     }
 }
 
-QSharedPointer<AbstractCloudFile> CopyLocalFileToWSOperation::uploadedFile() const
-{
-    FastMutexLocker locker(m_resultMutex);
-    return m_uploadedFile;
-}
+QSharedPointer<AbstractCloudFile> CopyLocalFileToWSOperation::uploadedFile() const { return lockedRead(m_resultMutex, m_uploadedFile); }

@@ -171,8 +171,4 @@ void CopyWSFileToLocalOperation::verify(AbstractOperation* child)
                          QString()));
 }
 
-QSharedPointer<LocalFile> CopyWSFileToLocalOperation::downloadedFile() const
-{
-    FastMutexLocker locker(m_resultMutex);
-    return m_downloadedFile;
-}
+QSharedPointer<LocalFile> CopyWSFileToLocalOperation::downloadedFile() const { return lockedRead(m_resultMutex, m_downloadedFile); }

@@ -60,11 +60,7 @@ QString DownloadFromWSAtomicOperation::targetPath() const
                                               file()->name());
 }
 
-QByteArray DownloadFromWSAtomicOperation::md5() const
-{
-    FastMutexLocker locker(m_md5Mutex);
-    return m_md5;
-}
+QByteArray DownloadFromWSAtomicOperation::md5() const { return lockedRead(m_md5Mutex, m_md5); }
 
 Metadata DownloadFromWSAtomicOperation::httpFieldList() const
 {

@@ -69,20 +69,6 @@ void DownloadOperation::takeAnswer(AbstractOperation* child)
     m_downloadedFile = file;
 }
 
-QSharedPointer<LocalFile> DownloadOperation::downloadedFile() const
-{
-    FastMutexLocker locker(m_resultMutex);
-    return m_downloadedFile;
-}
-
-QByteArray DownloadOperation::sourceMd5() const
-{
-    FastMutexLocker locker(m_resultMutex);
-    return m_sourceMd5;
-}
-
-QByteArray DownloadOperation::downloadedMd5() const
-{
-    FastMutexLocker locker(m_resultMutex);
-    return m_downloadedMd5;
-}
+QSharedPointer<LocalFile> DownloadOperation::downloadedFile() const { return lockedRead(m_resultMutex, m_downloadedFile); }
+QByteArray DownloadOperation::sourceMd5() const { return lockedRead(m_resultMutex, m_sourceMd5); }
+QByteArray DownloadOperation::downloadedMd5() const { return lockedRead(m_resultMutex, m_downloadedMd5); }

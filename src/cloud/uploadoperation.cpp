@@ -61,11 +61,7 @@ void UploadOperation::takeAnswer(AbstractOperation* child)
     m_uploadedFile = file;
 }
 
-QSharedPointer<AbstractCloudFile> UploadOperation::uploadedFile() const
-{
-    FastMutexLocker locker(m_resultMutex);
-    return m_uploadedFile;
-}
+QSharedPointer<AbstractCloudFile> UploadOperation::uploadedFile() const { return lockedRead(m_resultMutex, m_uploadedFile); }
 
 void UploadOperation::clearSourceDevice()
 {

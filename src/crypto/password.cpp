@@ -28,11 +28,7 @@ Password Password::fromUtf8(const QByteArray& bytes)
     return password;
 }
 
-QByteArray Password::toUtf8() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_bytes;
-}
+QByteArray Password::toUtf8() const { return lockedRead(m_mutex, m_bytes); }
 
 bool Password::isEmpty() const
 {

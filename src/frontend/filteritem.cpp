@@ -31,11 +31,7 @@ RegExpFilterItem::RegExpFilterItem(Directive directive, const QRegExp& regExp)
 {
 }
 
-QRegExp RegExpFilterItem::regExp() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_regExp;
-}
+QRegExp RegExpFilterItem::regExp() const { return lockedRead(m_mutex, m_regExp); }
 
 bool RegExpFilterItem::exactMatch(const QString& text) const
 {

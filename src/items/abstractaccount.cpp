@@ -34,11 +34,7 @@ bool AbstractAccount::hasFeature(Features feature) const
     return (features() & feature) != 0;
 }
 
-AbstractAccount::Features AbstractAccount::features() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_features;
-}
+AbstractAccount::Features AbstractAccount::features() const { return lockedRead(m_mutex, m_features); }
 
 QUrl AbstractAccount::internalUrl(const QString& scheme) const
 {
@@ -66,119 +62,25 @@ int AbstractAccount::standardPort(BrindleLib::Protocol protocol)
     return protocol == BrindleLib::ProtocolHttps ? 443 : 80;
 }
 
-BrindleLib::Protocol AbstractAccount::protocol() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_protocol;
-}
-
-void AbstractAccount::setProtocol(BrindleLib::Protocol protocol)
-{
-    FastMutexLocker locker(m_mutex);
-    m_protocol = protocol;
-}
-
-QString AbstractAccount::name() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_name;
-}
-
-void AbstractAccount::setName(const QString& name)
-{
-    FastMutexLocker locker(m_mutex);
-    m_name = name;
-}
-
-bool AbstractAccount::isEnabled() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_enabled;
-}
-
-void AbstractAccount::setEnabled(bool enabled)
-{
-    FastMutexLocker locker(m_mutex);
-    m_enabled = enabled;
-}
-
-QString AbstractAccount::comment() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_comment;
-}
-
-void AbstractAccount::setComment(const QString& comment)
-{
-    FastMutexLocker locker(m_mutex);
-    m_comment = comment;
-}
-
-QByteArray AbstractAccount::accessKey() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_accessKey;
-}
-
-void AbstractAccount::setAccessKey(const QByteArray& accessKey)
-{
-    FastMutexLocker locker(m_mutex);
-    m_accessKey = accessKey;
-}
-
-QByteArray AbstractAccount::secretKey() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_secretKey;
-}
-
-void AbstractAccount::setSecretKey(const QByteArray& secretKey)
-{
-    FastMutexLocker locker(m_mutex);
-    m_secretKey = secretKey;
-}
-
-void AbstractAccount::setFeatures(Features features)
-{
-    FastMutexLocker locker(m_mutex);
-    m_features = features;
-}
-
-BrindleLib::RequestStyle AbstractAccount::requestStyle() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_requestStyle;
-}
-
-void AbstractAccount::setRequestStyle(BrindleLib::RequestStyle style)
-{
-    FastMutexLocker locker(m_mutex);
-    m_requestStyle = style;
-}
-
-Id AbstractAccount::id() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_id;
-}
-
-void AbstractAccount::setId(const Id& id)
-{
-    FastMutexLocker locker(m_mutex);
-    m_id = id;
-}
-
-BucketLocations AbstractAccount::locations() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_locations;
-}
-
-void AbstractAccount::setLocations(const BucketLocations& locations)
-{
-    FastMutexLocker locker(m_mutex);
-    m_locations = locations;
-}
+BrindleLib::Protocol AbstractAccount::protocol() const { return lockedRead(m_mutex, m_protocol); }
+void AbstractAccount::setProtocol(BrindleLib::Protocol protocol) { lockedWrite(m_mutex, m_protocol, protocol); }
+QString AbstractAccount::name() const { return lockedRead(m_mutex, m_name); }
+void AbstractAccount::setName(const QString& name) { lockedWrite(m_mutex, m_name, name); }
+bool AbstractAccount::isEnabled() const { return lockedRead(m_mutex, m_enabled); }
+void AbstractAccount::setEnabled(bool enabled) { lockedWrite(m_mutex, m_enabled, enabled); }
+QString AbstractAccount::comment() const { return lockedRead(m_mutex, m_comment); }
+void AbstractAccount::setComment(const QString& comment) { lockedWrite(m_mutex, m_comment, comment); }
+QByteArray AbstractAccount::accessKey() const { return lockedRead(m_mutex, m_accessKey); }
+void AbstractAccount::setAccessKey(const QByteArray& accessKey) { lockedWrite(m_mutex, m_accessKey, accessKey); }
+QByteArray AbstractAccount::secretKey() const { return lockedRead(m_mutex, m_secretKey); }
+void AbstractAccount::setSecretKey(const QByteArray& secretKey) { lockedWrite(m_mutex, m_secretKey, secretKey); }
+void AbstractAccount::setFeatures(Features features) { lockedWrite(m_mutex, m_features, features); }
+BrindleLib::RequestStyle AbstractAccount::requestStyle() const { return lockedRead(m_mutex, m_requestStyle); }
+void AbstractAccount::setRequestStyle(BrindleLib::RequestStyle style) { lockedWrite(m_mutex, m_requestStyle, style); }
+Id AbstractAccount::id() const { return lockedRead(m_mutex, m_id); }
+void AbstractAccount::setId(const Id& id) { lockedWrite(m_mutex, m_id, id); }
+BucketLocations AbstractAccount::locations() const { return lockedRead(m_mutex, m_locations); }
+void AbstractAccount::setLocations(const BucketLocations& locations) { lockedWrite(m_mutex, m_locations, locations); }
 
 QSharedPointer<Endpoint> AbstractAccount::endpoint() const
 {
@@ -186,11 +88,7 @@ QSharedPointer<Endpoint> AbstractAccount::endpoint() const
     return m_endpoint ? m_endpoint : standardEndpoint();
 }
 
-void AbstractAccount::setEndpoint(const QSharedPointer<Endpoint>& endpoint)
-{
-    FastMutexLocker locker(m_mutex);
-    m_endpoint = endpoint;
-}
+void AbstractAccount::setEndpoint(const QSharedPointer<Endpoint>& endpoint) { lockedWrite(m_mutex, m_endpoint, endpoint); }
 
 void AbstractAccount::addCanonicalName(const QString& bucket, const QString& name)
 {
@@ -213,29 +111,10 @@ int AbstractAccount::port(BrindleLib::Protocol protocol) const
     return explicitPort > 0 ? explicitPort : defaultPort(protocol);
 }
 
-int AbstractAccount::httpPort() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_httpPort;
-}
-
-void AbstractAccount::setHttpPort(int port)
-{
-    FastMutexLocker locker(m_mutex);
-    m_httpPort = port;
-}
-
-int AbstractAccount::httpsPort() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_httpsPort;
-}
-
-void AbstractAccount::setHttpsPort(int port)
-{
-    FastMutexLocker locker(m_mutex);
-    m_httpsPort = port;
-}
+int AbstractAccount::httpPort() const { return lockedRead(m_mutex, m_httpPort); }
+void AbstractAccount::setHttpPort(int port) { lockedWrite(m_mutex, m_httpPort, port); }
+int AbstractAccount::httpsPort() const { return lockedRead(m_mutex, m_httpsPort); }
+void AbstractAccount::setHttpsPort(int port) { lockedWrite(m_mutex, m_httpsPort, port); }
 
 void AbstractAccount::setExplicitPort(int port)
 {

@@ -69,43 +69,15 @@ QSharedPointer<AbstractAccount> AbstractBucket::account() const
     return m_account;
 }
 
-BrindleLib::VersioningState AbstractBucket::versioningState() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_versioningState;
-}
-
-void AbstractBucket::setVersioningState(BrindleLib::VersioningState state)
-{
-    FastMutexLocker locker(m_mutex);
-    m_versioningState = state;
-}
+BrindleLib::VersioningState AbstractBucket::versioningState() const { return lockedRead(m_mutex, m_versioningState); }
+void AbstractBucket::setVersioningState(BrindleLib::VersioningState state) { lockedWrite(m_mutex, m_versioningState, state); }
 
 QDateTime AbstractBucket::creationDate() const
 {
     return m_creationDate;
 }
 
-bool AbstractBucket::isExternalBucket() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_externalBucket;
-}
-
-void AbstractBucket::setExternalBucket(bool external)
-{
-    FastMutexLocker locker(m_mutex);
-    m_externalBucket = external;
-}
-
-QString AbstractBucket::lastCName() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_lastCName;
-}
-
-void AbstractBucket::setLastCName(const QString& name)
-{
-    FastMutexLocker locker(m_mutex);
-    m_lastCName = name;
-}
+bool AbstractBucket::isExternalBucket() const { return lockedRead(m_mutex, m_externalBucket); }
+void AbstractBucket::setExternalBucket(bool external) { lockedWrite(m_mutex, m_externalBucket, external); }
+QString AbstractBucket::lastCName() const { return lockedRead(m_mutex, m_lastCName); }
+void AbstractBucket::setLastCName(const QString& name) { lockedWrite(m_mutex, m_lastCName, name); }

@@ -79,17 +79,8 @@ QString AbstractCloudFile::path() const
     return m_key;
 }
 
-QDateTime AbstractCloudFile::lastModified() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_lastModified;
-}
-
-qint64 AbstractCloudFile::size() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_size;
-}
+QDateTime AbstractCloudFile::lastModified() const { return lockedRead(m_mutex, m_lastModified); }
+qint64 AbstractCloudFile::size() const { return lockedRead(m_mutex, m_size); }
 
 QStringView AbstractCloudFile::nameRef() const
 {
@@ -116,35 +107,11 @@ QSharedPointer<AbstractAccount> AbstractCloudFile::account() const
     return folder()->account();
 }
 
-void AbstractCloudFile::setSize(qint64 size)
-{
-    FastMutexLocker locker(m_mutex);
-    m_size = size;
-}
-
-QByteArray AbstractCloudFile::md5sum() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_md5sum;
-}
-
-void AbstractCloudFile::setMd5Sum(const QByteArray& md5sum)
-{
-    FastMutexLocker locker(m_mutex);
-    m_md5sum = md5sum;
-}
-
-void AbstractCloudFile::setLastModified(const QDateTime& lastModified)
-{
-    FastMutexLocker locker(m_mutex);
-    m_lastModified = lastModified;
-}
-
-bool AbstractCloudFile::isLatest() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_latest;
-}
+void AbstractCloudFile::setSize(qint64 size) { lockedWrite(m_mutex, m_size, size); }
+QByteArray AbstractCloudFile::md5sum() const { return lockedRead(m_mutex, m_md5sum); }
+void AbstractCloudFile::setMd5Sum(const QByteArray& md5sum) { lockedWrite(m_mutex, m_md5sum, md5sum); }
+void AbstractCloudFile::setLastModified(const QDateTime& lastModified) { lockedWrite(m_mutex, m_lastModified, lastModified); }
+bool AbstractCloudFile::isLatest() const { return lockedRead(m_mutex, m_latest); }
 
 void AbstractCloudFile::setLatest(bool latest)
 {
@@ -153,23 +120,9 @@ void AbstractCloudFile::setLatest(bool latest)
     m_url.clear();
 }
 
-StorageDirective::StorageClass AbstractCloudFile::storageClass() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_storageClass;
-}
-
-void AbstractCloudFile::setStorageClass(StorageDirective::StorageClass storageClass)
-{
-    FastMutexLocker locker(m_mutex);
-    m_storageClass = storageClass;
-}
-
-QByteArray AbstractCloudFile::versionId() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_versionId;
-}
+StorageDirective::StorageClass AbstractCloudFile::storageClass() const { return lockedRead(m_mutex, m_storageClass); }
+void AbstractCloudFile::setStorageClass(StorageDirective::StorageClass storageClass) { lockedWrite(m_mutex, m_storageClass, storageClass); }
+QByteArray AbstractCloudFile::versionId() const { return lockedRead(m_mutex, m_versionId); }
 
 void AbstractCloudFile::setVersionId(const QByteArray& versionId)
 {
@@ -178,23 +131,9 @@ void AbstractCloudFile::setVersionId(const QByteArray& versionId)
     m_url.clear();
 }
 
-QSharedPointer<AbstractUser> AbstractCloudFile::owner() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_owner;
-}
-
-void AbstractCloudFile::setOwner(const QSharedPointer<AbstractUser>& owner)
-{
-    FastMutexLocker locker(m_mutex);
-    m_owner = owner;
-}
-
-DeleteMarker AbstractCloudFile::deleteMarker() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_deleteMarker;
-}
+QSharedPointer<AbstractUser> AbstractCloudFile::owner() const { return lockedRead(m_mutex, m_owner); }
+void AbstractCloudFile::setOwner(const QSharedPointer<AbstractUser>& owner) { lockedWrite(m_mutex, m_owner, owner); }
+DeleteMarker AbstractCloudFile::deleteMarker() const { return lockedRead(m_mutex, m_deleteMarker); }
 
 void AbstractCloudFile::setDeleteMarker(const DeleteMarker& marker)
 {

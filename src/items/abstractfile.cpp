@@ -1,7 +1,3 @@
 #include "items/abstractfile.h"
 
-QSharedPointer<AbstractFolder> AbstractFile::parent() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_parent;
-}
+QSharedPointer<AbstractFolder> AbstractFile::parent() const { return lockedRead(m_mutex, m_parent); }

@@ -5,14 +5,5 @@ AbstractS3Folder::AbstractS3Folder(const AbstractS3Folder& other)
 {
 }
 
-QSharedPointer<AbstractUser> AbstractS3Folder::owner() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_owner;
-}
-
-void AbstractS3Folder::setOwner(const QSharedPointer<AbstractUser>& owner)
-{
-    FastMutexLocker locker(m_mutex);
-    m_owner = owner;
-}
+QSharedPointer<AbstractUser> AbstractS3Folder::owner() const { return lockedRead(m_mutex, m_owner); }
+void AbstractS3Folder::setOwner(const QSharedPointer<AbstractUser>& owner) { lockedWrite(m_mutex, m_owner, owner); }

@@ -23,17 +23,8 @@ QByteArray AbstractUser::id() const
     return m_id;
 }
 
-QString AbstractUser::displayName() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_displayName;
-}
-
-void AbstractUser::setDisplayName(const QString& displayName)
-{
-    FastMutexLocker locker(m_mutex);
-    m_displayName = displayName;
-}
+QString AbstractUser::displayName() const { return lockedRead(m_mutex, m_displayName); }
+void AbstractUser::setDisplayName(const QString& displayName) { lockedWrite(m_mutex, m_displayName, displayName); }
 
 UserKey AbstractUser::key() const
 {

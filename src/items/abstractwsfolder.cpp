@@ -122,17 +122,8 @@ QSharedPointer<AbstractS3Folder> AbstractWSFolder::parent() const
     return m_parent;
 }
 
-bool AbstractWSFolder::isCommonPrefix() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_commonPrefix;
-}
-
-bool AbstractWSFolder::isLatest() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_latest;
-}
+bool AbstractWSFolder::isCommonPrefix() const { return lockedRead(m_mutex, m_commonPrefix); }
+bool AbstractWSFolder::isLatest() const { return lockedRead(m_mutex, m_latest); }
 
 void AbstractWSFolder::setLatest(bool latest)
 {
@@ -141,23 +132,9 @@ void AbstractWSFolder::setLatest(bool latest)
     m_url.clear();
 }
 
-bool AbstractWSFolder::exists() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_exists;
-}
-
-void AbstractWSFolder::setExistsFlag(bool exists)
-{
-    FastMutexLocker locker(m_mutex);
-    m_exists = exists;
-}
-
-QByteArray AbstractWSFolder::versionId() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_versionId;
-}
+bool AbstractWSFolder::exists() const { return lockedRead(m_mutex, m_exists); }
+void AbstractWSFolder::setExistsFlag(bool exists) { lockedWrite(m_mutex, m_exists, exists); }
+QByteArray AbstractWSFolder::versionId() const { return lockedRead(m_mutex, m_versionId); }
 
 void AbstractWSFolder::setVersionId(const QByteArray& versionId)
 {
@@ -166,11 +143,7 @@ void AbstractWSFolder::setVersionId(const QByteArray& versionId)
     m_url.clear();
 }
 
-QList<QByteArray> AbstractWSFolder::versionsIdList() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_versionsIdList;
-}
+QList<QByteArray> AbstractWSFolder::versionsIdList() const { return lockedRead(m_mutex, m_versionsIdList); }
 
 void AbstractWSFolder::setVersionsId(const QList<QByteArray>& ids)
 {
@@ -185,11 +158,7 @@ void AbstractWSFolder::addToVersionIdList(const QByteArray& id)
     m_versionsIdList.append(id);
 }
 
-QList<DeleteMarker> AbstractWSFolder::deleteMarkerList() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_deleteMarkerList;
-}
+QList<DeleteMarker> AbstractWSFolder::deleteMarkerList() const { return lockedRead(m_mutex, m_deleteMarkerList); }
 
 void AbstractWSFolder::addToDeleteMarkerList(const DeleteMarker& marker)
 {

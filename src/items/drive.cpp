@@ -23,11 +23,7 @@ QUrl Drive::url() const
     return m_cachedUrl;
 }
 
-QString Drive::path() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_path;
-}
+QString Drive::path() const { return lockedRead(m_mutex, m_path); }
 
 QSharedPointer<AbstractFolder> Drive::rootItem() const
 {
@@ -44,23 +40,9 @@ QUrl Drive::realUrl() const
     return QUrl::fromLocalFile(path());
 }
 
-QSharedPointer<MyComputer> Drive::parent() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_parent;
-}
-
-bool Drive::isShortcut() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_shortcut;
-}
-
-void Drive::setShortcut(bool shortcut)
-{
-    FastMutexLocker locker(m_mutex);
-    m_shortcut = shortcut;
-}
+QSharedPointer<MyComputer> Drive::parent() const { return lockedRead(m_mutex, m_parent); }
+bool Drive::isShortcut() const { return lockedRead(m_mutex, m_shortcut); }
+void Drive::setShortcut(bool shortcut) { lockedWrite(m_mutex, m_shortcut, shortcut); }
 
 LocalFile* Drive::childFile(const QString& name) const
 {

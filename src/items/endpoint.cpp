@@ -8,11 +8,7 @@ Endpoint::Endpoint(const Endpoint& other) : AbstractFS(other), m_hostName(other.
 {
 }
 
-QString Endpoint::hostName() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_hostName;
-}
+QString Endpoint::hostName() const { return lockedRead(m_mutex, m_hostName); }
 
 void Endpoint::setHostName(const QString& hostName)
 {

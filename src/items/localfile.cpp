@@ -30,17 +30,8 @@ QString LocalFile::path() const
     return m_path.path;
 }
 
-QDateTime LocalFile::lastModified() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_lastModified;
-}
-
-qint64 LocalFile::size() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_size;
-}
+QDateTime LocalFile::lastModified() const { return lockedRead(m_mutex, m_lastModified); }
+qint64 LocalFile::size() const { return lockedRead(m_mutex, m_size); }
 
 QStringView LocalFile::nameRef() const
 {

@@ -56,11 +56,7 @@ QSharedPointer<AbstractItem> LocalFolder::clone() const
     return QSharedPointer<LocalFolder>::create(*this);
 }
 
-QSharedPointer<AbstractLocalContainer> LocalFolder::parent() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_parent;
-}
+QSharedPointer<AbstractLocalContainer> LocalFolder::parent() const { return lockedRead(m_mutex, m_parent); }
 
 namespace {
 

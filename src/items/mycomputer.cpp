@@ -10,19 +10,11 @@ QUrl MyComputer::url() const
     return QUrl(QStringLiteral("internal_my_computer://") + displayName());
 }
 
-QString MyComputer::displayName() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_displayName;
-}
+QString MyComputer::displayName() const { return lockedRead(m_mutex, m_displayName); }
 
 QSharedPointer<AbstractItem> MyComputer::clone() const
 {
     return QSharedPointer<MyComputer>::create(*this);
 }
 
-void MyComputer::setDisplayName(const QString& name)
-{
-    FastMutexLocker locker(m_mutex);
-    m_displayName = name;
-}
+void MyComputer::setDisplayName(const QString& name) { lockedWrite(m_mutex, m_displayName, name); }

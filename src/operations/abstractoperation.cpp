@@ -32,11 +32,7 @@ void AbstractOperation::setState(OperationState state)
         group->notifyStateChanged(old, state, this);
 }
 
-AbstractOperation::OperationState AbstractOperation::state() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_state;
-}
+AbstractOperation::OperationState AbstractOperation::state() const { return lockedRead(m_mutex, m_state); }
 
 void AbstractOperation::setError(const OpError& error)
 {
@@ -102,11 +98,7 @@ OpError AbstractOperation::error() const
     return m_errors.isEmpty() ? OpError() : m_errors.first();
 }
 
-QList<OpError> AbstractOperation::errors() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_errors;
-}
+QList<OpError> AbstractOperation::errors() const { return lockedRead(m_mutex, m_errors); }
 
 void AbstractOperation::changeIgnoreCount(bool ignore)
 {
@@ -129,34 +121,16 @@ bool AbstractOperation::ignoreFlag() const
     return m_ignoreCount.loadAcquire() > 0;
 }
 
-void AbstractOperation::setOwnSkipFlag(bool skip)
-{
-    FastMutexLocker locker(m_mutex);
-    m_skipFlag = skip;
-}
+void AbstractOperation::setOwnSkipFlag(bool skip) { lockedWrite(m_mutex, m_skipFlag, skip); }
 
 void AbstractOperation::setSkipFlag(bool skip)
 {
     setOwnSkipFlag(skip);
 }
 
-bool AbstractOperation::skipFlag() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_skipFlag;
-}
-
-QByteArray AbstractOperation::ownLog() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_log;
-}
-
-bool AbstractOperation::ownHasLog() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_hasLog;
-}
+bool AbstractOperation::skipFlag() const { return lockedRead(m_mutex, m_skipFlag); }
+QByteArray AbstractOperation::ownLog() const { return lockedRead(m_mutex, m_log); }
+bool AbstractOperation::ownHasLog() const { return lockedRead(m_mutex, m_hasLog); }
 
 QByteArray AbstractOperation::log() const
 {
@@ -217,11 +191,7 @@ void AbstractOperation::addToTransferProgress(qint64 bytes)
     }
 }
 
-qint64 AbstractOperation::transferProgress() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_transferProgress;
-}
+qint64 AbstractOperation::transferProgress() const { return lockedRead(m_mutex, m_transferProgress); }
 
 // Plain guarded accessors.
 #define LOCKED_GETTER(Type, getter, member) \

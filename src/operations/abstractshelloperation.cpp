@@ -14,11 +14,7 @@ void AbstractShellOperation::append(AbstractOperation* op)
     OperationGroup::append(op);
 }
 
-bool AbstractShellOperation::hasShellChild() const
-{
-    FastMutexLocker locker(m_shellMutex);
-    return m_hasShellChild;
-}
+bool AbstractShellOperation::hasShellChild() const { return lockedRead(m_shellMutex, m_hasShellChild); }
 
 int AbstractShellOperation::runningOperations() const
 {
@@ -30,14 +26,5 @@ void AbstractShellOperation::addToRunningOperations(int n)
     m_runningOperations.fetchAndAddOrdered(n);
 }
 
-bool AbstractShellOperation::commandLineShowTag() const
-{
-    FastMutexLocker locker(m_shellMutex);
-    return m_commandLineShowTag;
-}
-
-void AbstractShellOperation::setCommandLineShowTag(bool shown)
-{
-    FastMutexLocker locker(m_shellMutex);
-    m_commandLineShowTag = shown;
-}
+bool AbstractShellOperation::commandLineShowTag() const { return lockedRead(m_shellMutex, m_commandLineShowTag); }
+void AbstractShellOperation::setCommandLineShowTag(bool shown) { lockedWrite(m_shellMutex, m_commandLineShowTag, shown); }

@@ -72,11 +72,7 @@ void OperationHandler::execute(AbstractOperation* op)
         Q_EMIT executeWSOperation(static_cast<AbstractWebServiceOperation*>(op));
 }
 
-void OperationHandler::setCurrentOperation(AbstractOperation* op)
-{
-    FastMutexLocker locker(m_mutex);
-    m_currentOp = op;
-}
+void OperationHandler::setCurrentOperation(AbstractOperation* op) { lockedWrite(m_mutex, m_currentOp, op); }
 
 bool OperationHandler::isBusy() const
 {
@@ -84,17 +80,8 @@ bool OperationHandler::isBusy() const
     return m_currentOp != nullptr;
 }
 
-AbstractOperation* OperationHandler::currentOperation() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_currentOp;
-}
-
-int OperationHandler::lastShellOpeationId() const
-{
-    FastMutexLocker locker(m_mutex);
-    return m_lastShellOperationId;
-}
+AbstractOperation* OperationHandler::currentOperation() const { return lockedRead(m_mutex, m_currentOp); }
+int OperationHandler::lastShellOpeationId() const { return lockedRead(m_mutex, m_lastShellOperationId); }
 
 bool OperationHandler::isLogEnabled() const
 {

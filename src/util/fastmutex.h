@@ -34,4 +34,20 @@ private:
     FastMutex& m_mutex;
 };
 
+// One field read or written under its object's lock: the accessors of the
+// shared items and operations are nothing more than this.
+template <typename T>
+T lockedRead(FastMutex& mutex, const T& field)
+{
+    FastMutexLocker locker(mutex);
+    return field;
+}
+
+template <typename T, typename V>
+void lockedWrite(FastMutex& mutex, T& field, const V& value)
+{
+    FastMutexLocker locker(mutex);
+    field = value;
+}
+
 #endif
