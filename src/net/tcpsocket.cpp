@@ -17,18 +17,20 @@ SocketActivity::SocketActivity(QIODevice* socket)
     restart();
 }
 
-void SocketActivity::noteRead(qint64 bytes)
+qint64 SocketActivity::noteRead(qint64 bytes)
 {
     if (bytes > 0)
         global_httpStats.addDownloadedBytes(bytes);
     restart();
+    return bytes;
 }
 
-void SocketActivity::noteWrite(qint64 bytes)
+qint64 SocketActivity::noteWrite(qint64 bytes)
 {
     if (bytes > 0)
         global_httpStats.addUploadedBytes(bytes);
     restart();
+    return bytes;
 }
 
 void SocketActivity::restart()
@@ -53,23 +55,17 @@ TcpSocket::TcpSocket(QObject* parent) : QTcpSocket(parent), m_activity(this)
 
 qint64 TcpSocket::readData(char* data, qint64 maxSize)
 {
-    const qint64 n = QTcpSocket::readData(data, maxSize);
-    m_activity.noteRead(n);
-    return n;
+    return m_activity.noteRead(QTcpSocket::readData(data, maxSize));
 }
 
 qint64 TcpSocket::readLineData(char* data, qint64 maxSize)
 {
-    const qint64 n = QTcpSocket::readLineData(data, maxSize);
-    m_activity.noteRead(n);
-    return n;
+    return m_activity.noteRead(QTcpSocket::readLineData(data, maxSize));
 }
 
 qint64 TcpSocket::writeData(const char* data, qint64 size)
 {
-    const qint64 n = QTcpSocket::writeData(data, size);
-    m_activity.noteWrite(n);
-    return n;
+    return m_activity.noteWrite(QTcpSocket::writeData(data, size));
 }
 
 SslSocket::SslSocket(QObject* parent) : QSslSocket(parent), m_activity(this)
@@ -79,21 +75,15 @@ SslSocket::SslSocket(QObject* parent) : QSslSocket(parent), m_activity(this)
 
 qint64 SslSocket::readData(char* data, qint64 maxSize)
 {
-    const qint64 n = QSslSocket::readData(data, maxSize);
-    m_activity.noteRead(n);
-    return n;
+    return m_activity.noteRead(QSslSocket::readData(data, maxSize));
 }
 
 qint64 SslSocket::readLineData(char* data, qint64 maxSize)
 {
-    const qint64 n = QSslSocket::readLineData(data, maxSize);
-    m_activity.noteRead(n);
-    return n;
+    return m_activity.noteRead(QSslSocket::readLineData(data, maxSize));
 }
 
 qint64 SslSocket::writeData(const char* data, qint64 size)
 {
-    const qint64 n = QSslSocket::writeData(data, size);
-    m_activity.noteWrite(n);
-    return n;
+    return m_activity.noteWrite(QSslSocket::writeData(data, size));
 }
