@@ -1,5 +1,6 @@
 #include "cloud/downloadoperation.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include "cloud/downloadfromwsatomicoperation.h"
@@ -46,6 +47,10 @@ QByteArray DownloadOperation::expectedMd5(const HttpResponseHeader& head, const 
 void DownloadOperation::takeAnswer(AbstractOperation* child)
 {
     auto* get = static_cast<DownloadFromWSAtomicOperation*>(child);
+    // No attempt follows: a target this attempt began is not left to pass for the
+    // object. One it never opened is as it was.
+    if (!get->error().isNull() && get->targetWritten())
+        QFile::remove(get->targetPath());
     const QByteArray written = get->md5();
     {
         FastMutexLocker locker(m_resultMutex);
