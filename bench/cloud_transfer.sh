@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # cloud_transfer.sh [BINARY]: times uploads and downloads against a local s3rver, with peak memory,
-# and the same work done by s3cmd and aws s3 on the same server.
+# and the same work done by s3cmd, aws s3 and rclone on the same server (each with its default
+# parallelism; quorle with -t 4).
 #   small: 2,000 files of 4 KiB in 20 folders
 #   large: one file of 1 GiB
 # Every download is compared with its source.
@@ -31,34 +32,57 @@ make_large() { mkdir -p "$1"; head -c $((1024 * 1024 * 1024)) /dev/urandom >"$1/
 
 measure() {  # measure LABEL COMMAND... : prints seconds and peak RSS
   local out="$work/time.out"
-  /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err" || { echo "$1 failed:" >&2; cat "$work/err" >&2; exit 1; }
+  if ! /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err"; then
+    printf '%-34s   failed: %s\n' "$1" "$(grep -v '^Command exited' "$work/err" | tail -n 1)"
+    return 1
+  fi
   read -r seconds kib <"$out"
   printf '%-34s %8.2f s %9d KiB peak RSS\n' "$1" "$seconds" "$kib"
+  times[$1]=$seconds
 }
+declare -A times=()
 
-# /usr/bin/time runs programs, not shell functions: the tool is named by its path
+# /usr/bin/time runs programs, not shell functions: every client is named by its path, with what
+# the harness's s3_s3cmd and s3_aws would add, written out.
 quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
+s3cmd=(s3cmd -c "$S3CMD_CONFIG_PATH" --no-progress sync)
+aws=("$S3_AWS_BIN" --profile path --endpoint-url "$S3_ENDPOINT" s3 sync --only-show-errors)
+# rclone reads the remote "s3" from the environment alone
+export RCLONE_CONFIG=$work/rclone.conf RCLONE_CONFIG_S3_TYPE=s3 RCLONE_CONFIG_S3_PROVIDER=Other \
+  RCLONE_CONFIG_S3_ENDPOINT=$S3_ENDPOINT RCLONE_CONFIG_S3_ACCESS_KEY_ID=$S3_ACCESS_KEY \
+  RCLONE_CONFIG_S3_SECRET_ACCESS_KEY=$S3_SECRET_KEY RCLONE_CONFIG_S3_FORCE_PATH_STYLE=true
+: >"$RCLONE_CONFIG"
+rclone=(rclone sync -q)
 # a destination prefix must exist before a sync into it: a folder object makes it
-make_prefix() { s3_aws s3api put-object --bucket "$BUCKET" --key "$1" >/dev/null; }
+make_prefix() { s3_aws --path s3api put-object --bucket "$BUCKET" --key "$1" >/dev/null; }
 
 for kind in small large; do
   src=$work/$kind/src
   "make_$kind" "$src"
   sync
-  for tool in ${BENCH_TOOLS:-quorle s3cmd aws}; do
+  for tool in ${BENCH_TOOLS:-quorle s3cmd aws rclone}; do
     dst=$work/$kind/$tool
     mkdir -p "$dst"
-    case $tool in
-      quorle) make_prefix "$tool/$kind/"
-              measure "$kind: quorle upload" "${quorle[@]}" "$src/" "s3://$BUCKET/$tool/$kind/"
-              measure "$kind: quorle download" "${quorle[@]}" "s3://$BUCKET/$tool/$kind/" "$dst/" ;;
-      s3cmd)  measure "$kind: s3cmd upload" s3_s3cmd --path --no-progress sync "$src/" "s3://$BUCKET/$tool/$kind/"
-              measure "$kind: s3cmd download" s3_s3cmd --path --no-progress sync "s3://$BUCKET/$tool/$kind/" "$dst/" ;;
-      aws)    measure "$kind: aws s3 upload" s3_aws s3 sync --only-show-errors "$src/" "s3://$BUCKET/$tool/$kind/"
-              measure "$kind: aws s3 download" s3_aws s3 sync --only-show-errors "s3://$BUCKET/$tool/$kind/" "$dst/" ;;
-    esac
-    diff -r "$src" "$dst" >/dev/null || { echo "$kind: $tool gave back a different tree" >&2; exit 1; }
+    [[ $tool == quorle ]] && make_prefix "$tool/$kind/"
+    declare -n client=$tool
+    remote=s3://$BUCKET/$tool/$kind/
+    [[ $tool == rclone ]] && remote=s3:$BUCKET/$tool/$kind/
+    # a client that fails is reported and passed over (aws lists with ListObjectsV2, whose second
+    # page s3rver 3.7.1 answers with InternalError)
+    measure "$kind: $tool upload" "${client[@]}" "$src/" "$remote" \
+      && measure "$kind: $tool download" "${client[@]}" "$remote" "$dst/" \
+      && { diff -r "$src" "$dst" >/dev/null || { echo "$kind: $tool gave back a different tree" >&2; exit 1; }; }
+    unset -n client
     rm -rf "$dst"
   done
   rm -rf "${work:?}/$kind"
 done
+
+# quorle's time over each other client's, for the same work: below 1 means quorle was faster
+echo
+for label in "${!times[@]}"; do
+  [[ $label == *": quorle "* ]] && continue
+  mine=${times[${label/: * /: quorle }]:-}
+  [[ -n $mine ]] && awk -v l="$label" -v a="$mine" -v b="${times[$label]}" \
+    'BEGIN { printf "%-34s quorle/other %6.2f\n", l, (b > 0 ? a / b : 0) }'
+done | sort

@@ -17,6 +17,8 @@ PACKAGES=(
   time
   # end-to-end tests: store clients, and Ceph's RADOS Gateway as the strict S3 server
   s3cmd awscli uuid-runtime radosgw ceph-mon ceph-osd python3-rados
+  # benchmarks: one more client for the same work
+  rclone
   # end-to-end tests and demo: s3rver, the lenient S3 server, runs on Node.js (see below)
   nodejs
 )

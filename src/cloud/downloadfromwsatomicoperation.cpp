@@ -7,6 +7,8 @@
 #include "items/abstractcloudfile.h"
 #include "items/abstractlocalcontainer.h"
 #include "items/driver.h"
+#include "net/httpclient.h"
+#include "operations/operationhandler.h"
 
 namespace {
 const char global_gzipMagic[] = {char(0x1f), char(0x8b), char(0x08)};
@@ -106,6 +108,7 @@ void DownloadFromWSAtomicOperation::dataReceived(const QByteArray& data)
     }
     if (!error().isNull() || data.isEmpty())
         return;
+    m_bodyBytes += data.size();
     m_lookAhead += data;
     if (!decide(false))
         return;
@@ -264,7 +267,7 @@ void DownloadFromWSAtomicOperation::requestFinished()
         WSObjectOperation::requestFinished();
         return;
     }
-    if (error().isNull() && m_file && flush()) {
+    if (error().isNull() && m_file && bodyComplete() && flush()) {
         m_file->close();
         if (m_md5Hash) {
             FastMutexLocker locker(m_md5Mutex);
@@ -272,6 +275,25 @@ void DownloadFromWSAtomicOperation::requestFinished()
         }
     }
     release();
+}
+
+// The client ends a body cut short by the server as a success; taken as such, a
+// dead server would leave a short file that passes for the object. Failing the
+// attempt the way the client fails a wrong length gets the object fetched anew.
+bool DownloadFromWSAtomicOperation::bodyComplete()
+{
+    const HttpResponseHeader head = httpResponseHeader();
+    if (!head.containsContentLength() || m_bodyBytes == head.contentLength())
+        return true;
+    setError(OperationHandler::networkError(this, HttpClient::WrongContentLength,
+                                            QStringLiteral("Wrong content length")));
+    release();
+    return false;
+}
+
+bool DownloadFromWSAtomicOperation::targetWritten() const
+{
+    return m_deviceOpened;
 }
 
 // What stayed below the thresholds goes through the same decisions; even an

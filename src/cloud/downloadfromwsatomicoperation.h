@@ -46,6 +46,8 @@ public:
 
     QSharedPointer<AbstractLocalContainer> destinationFolder() const { return m_destinationFolder; }
     QString targetPath() const;
+    // Whether this attempt opened, and so truncated, the target.
+    bool targetWritten() const;
     // The MD5 of what was written, once the request is over; empty unless
     // asked for.
     QByteArray md5() const;
@@ -63,6 +65,7 @@ private:
     bool inflateAndWrite(const char* data, qint64 size);
     bool writeOut(const char* data, qint64 size);
     bool flush();
+    bool bodyComplete();
     void fail(OpError::ErrorType type, const QString& message);
     void release();
 
@@ -77,6 +80,8 @@ private:
     const DecryptionPasswords m_decryptionPasswords;
     QByteArray m_iv;
     bool m_deviceOpened = false;
+    // Body bytes as they came off the wire, before decryption or inflation.
+    qint64 m_bodyBytes = 0;
     bool m_gzipInitialized = false;
     // Whether the first decrypted bytes have been looked at for a gzip frame.
     bool m_decryptedSniffed = false;

@@ -119,8 +119,11 @@ void OperationHandler::logOperation(AbstractOperation* op, const QByteArray& tex
 void OperationHandler::finishOperation(AbstractOperation* op)
 {
     m_abortFlag.storeRelease(0);
-    Q_EMIT operationFinished(op);
+    // Idle before the shell hears of it: the queued signal may be handled on the
+    // shell's thread before this one runs on, and a pass that found this handler
+    // still busy would leave the next operation to the 300 ms safety net.
     setCurrentOperation(nullptr);
+    Q_EMIT operationFinished(op);
 }
 
 void OperationHandler::slotExecuteLocalOperation(AbstractLocalOperation* op)
@@ -306,7 +309,11 @@ void OperationHandler::failRequest(AbstractWebServiceOperation* op)
     HttpClient* client = httpClient();
     const QString number = QString::number(int(client->error()));
     logOperation(op, "HTTP Error : (" + number.toUtf8() + ") " + client->errorString().toUtf8());
+    op->setError(networkError(op, int(client->error()), client->errorString()));
+}
 
+OpError OperationHandler::networkError(AbstractOperation* op, int code, const QString& text)
+{
     QString message = QStringLiteral("Operation: ");
     QString path;
     if (AbstractOperation* found = op->firstShellOperation()) {
@@ -319,8 +326,8 @@ void OperationHandler::failRequest(AbstractWebServiceOperation* op)
         else
             path = source.isEmpty() ? destination : source;
     }
-    message += QLatin1Char('\n') + path + QLatin1Char('\n') + client->errorString();
-    op->setError(OpError(OpError::NetworkError, number, message, QString()));
+    message += QLatin1Char('\n') + path + QLatin1Char('\n') + text;
+    return OpError(OpError::NetworkError, QString::number(code), message, QString());
 }
 
 void OperationHandler::logHead(AbstractOperation* op, const QByteArray& head, const QByteArray& prefix)

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 
+#include "operations/operror.h"
 #include "util/fastmutex.h"
 
 class AbstractLocalOperation;
@@ -35,6 +36,10 @@ public:
     bool isLogEnabled() const;
     // Thread-safe: asks the work in hand to stop as soon as it can.
     void abort();
+
+    // The error of a failed transfer, as the console shows it: the shell
+    // operation, its paths, then the client's text; code is the client's number.
+    static OpError networkError(AbstractOperation* op, int code, const QString& text);
 
 Q_SIGNALS:
     void executeWSOperation(AbstractWebServiceOperation* op);

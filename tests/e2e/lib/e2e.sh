@@ -24,6 +24,8 @@
 
 E2E_PASSED=0 E2E_FAILED=0 E2E_SKIPPED=0
 : "${E2E_QUORLE_TIMEOUT:=300}"
+# A sanitizer build reports OpenSSL's own per-thread state at exit, which is not ours.
+export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=${QUORLE_SOURCE_DIR:-$S3_E2E_DIR/../..}/tests/lsan.supp:print_suppressions=0}
 
 e2e_init() {
   set -Eeuo pipefail

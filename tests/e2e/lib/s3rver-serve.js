@@ -7,6 +7,8 @@
 //
 // usage: s3rver-serve.js --directory DIR --port-file FILE [--port N]
 //                        [--service-endpoint NAME] [--key PEM --cert PEM]
+//                        [--listen-fds FD,FD]   (listening sockets handed down by
+//                                                socket-holder.py; no port file then)
 
 const fs = require('fs');
 const http = require('http');
@@ -27,10 +29,13 @@ function parseArgs(argv) {
       case '--service-endpoint': opts.serviceEndpoint = value; break;
       case '--key': opts.key = fs.readFileSync(value); break;
       case '--cert': opts.cert = fs.readFileSync(value); break;
+      case '--listen-fds': opts.listenFds = value.split(',').map(Number); break;
       default: throw new Error(`unknown option ${name}`);
     }
   }
-  if (!opts.directory || !opts.portFile) throw new Error('--directory and --port-file are required');
+  if (!opts.directory || !(opts.portFile || opts.listenFds)) {
+    throw new Error('--directory and --port-file or --listen-fds are required');
+  }
   return opts;
 }
 
@@ -76,6 +81,12 @@ async function main() {
     return tls ? https.createServer({ key: opts.key, cert: opts.cert }, onRequest)
                : http.createServer(onRequest);
   };
+
+  if (opts.listenFds) {
+    for (const fd of opts.listenFds) await listen(makeServer(), { fd });
+    log(`s3rver listening on inherited sockets ${opts.listenFds.join(',')}`);
+    return;
+  }
 
   // With port 0 the kernel picks the IPv4 port; the same number may be taken on
   // ::1 by someone else, so try again a few times.

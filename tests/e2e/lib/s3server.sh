@@ -24,6 +24,10 @@
 # Request log (both servers log every request; the lines are "METHOD URI STATUS"):
 #   s3_log_mark                         s3_requests (lines since the mark)   s3_request_count [ERE]
 #   s3_pid_alive PID                    the process runs (a zombie does not count)
+# A server that dies (s3rver only; start it with S3RVER_HELD=1 in the environment, so that its port
+# is held by socket-holder.py and outlives it, with new connections waiting in the backlog):
+#   s3rver_kill DIR                     kills the server at once (SIGKILL); the port stays open
+#   s3rver_revive DIR                   starts it again on the same port and data
 # Known gaps:
 #   s3_feature NAME                     0 if the current server has it; else prints why, returns 1
 #   s3_missing_on KIND REASON           1 unless the current server is KIND; then prints REASON, 0
@@ -143,7 +147,14 @@ _s3rver_start() {  # _s3rver_start DIR TLS DEADLINE
   echo "s3rver TERM" >"$dir/daemons"
   args=(--directory "$dir/data" --port-file "$dir/port" --service-endpoint localhost)
   [[ $tls == 1 ]] && args+=(--key "$dir/tls/key.pem" --cert "$dir/tls/cert.pem")
-  setsid node "$S3_LIB_DIR/s3rver-serve.js" "${args[@]}" </dev/null >"$dir/log/s3rver.log" 2>&1 &
+  if [[ ${S3RVER_HELD:-0} == 1 ]]; then
+    args=(--directory "$dir/data" --service-endpoint localhost)
+    [[ $tls == 1 ]] && args+=(--key "$dir/tls/key.pem" --cert "$dir/tls/cert.pem")
+    setsid python3 "$S3_LIB_DIR/socket-holder.py" "$dir/port" "$dir/run/s3rver-child.pid" \
+      node "$S3_LIB_DIR/s3rver-serve.js" "${args[@]}" </dev/null >"$dir/log/s3rver.log" 2>&1 &
+  else
+    setsid node "$S3_LIB_DIR/s3rver-serve.js" "${args[@]}" </dev/null >"$dir/log/s3rver.log" 2>&1 &
+  fi
   echo $! >"$dir/run/s3rver.pid"
   disown $!
   ln -sf log/s3rver.log "$dir/requests.log"
@@ -154,6 +165,19 @@ _s3rver_start() {  # _s3rver_start DIR TLS DEADLINE
     (( $(date +%s) < deadline )) || { _s3_die "timeout waiting for s3rver (log: $dir/log/s3rver.log)"; return 1; }
     sleep 0.05
   done
+}
+
+s3rver_kill() {
+  local p
+  p=$(<"$1/run/s3rver-child.pid") || return 1
+  kill -KILL "$p" && [[ -z $(_s3_wait_gone 50 "$p") ]]
+}
+
+s3rver_revive() {
+  local old
+  old=$(<"$1/run/s3rver-child.pid") || return 1
+  kill -USR1 "$(<"$1/run/s3rver.pid")" || return 1
+  until [[ $(<"$1/run/s3rver-child.pid") != "$old" ]]; do sleep 0.05; done
 }
 
 _s3rver_requests() {

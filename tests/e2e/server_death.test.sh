@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# The server dies while a 64 MiB file is on its way, up or down. Brought back 2 s later (its port
+# held meanwhile, as a supervisor that restarts it would, so that the attempts wait rather than fail
+# at once: they follow each other with no pause), the run recovers and exits 0 with the right bytes.
+# Gone for good, the run exits 1 with the error block on stderr; the source is untouched, and a
+# download leaves no partial file behind. s3rver only: it restarts on the same port and data.
+# shellcheck source=lib/e2e.sh
+. "$(dirname "$0")/lib/e2e.sh"
+e2e_init
+
+BUCKET=quorle-death
+SRC=$E2E_WORK/src
+mkdir -p "$SRC"
+head -c $(( 64 * 1024 * 1024 )) /dev/urandom >"$SRC/big.bin"
+WANT=$(md5sum <"$SRC/big.bin" | cut -d' ' -f1)
+KILL_AT=$(( 16 * 1024 * 1024 ))
+
+# moved FILE PID: bytes of FILE that process PID has read (through its open descriptor), or the
+# size FILE has grown to once PID has no descriptor of it (a download)
+moved() {
+  local fd
+  for fd in /proc/"$2"/fd/*; do
+    if [[ $(readlink "$fd" 2>/dev/null) == "$1" ]]; then
+      sed -n 's/^pos:\s*//p' "/proc/$2/fdinfo/${fd##*/}" 2>/dev/null && return
+    fi
+  done
+  stat -c %s "$1" 2>/dev/null || echo 0
+}
+
+# transfer WHAT FILE ACTION SRC DST: runs quorle, and ACTION (revive or never) once FILE has
+# moved KILL_AT bytes; sets STATUS, and ERR to the file of its stderr
+transfer() {
+  local what=$1 file=$2 action=$3 pid q="" i
+  ERR=$E2E_WORK/$what.err
+  timeout -k 5 300 "$QUORLE_BINARY" -t 1 --endpoint "$S3_HOST" --port "$S3_PORT" "$4" "$5" \
+    >"$E2E_WORK/$what.out" 2>"$ERR" &
+  pid=$!
+  for (( i = 0; i < 600 && ${#q} == 0; i++ )); do q=$(pgrep -P "$pid" || true); sleep 0.05; done
+  while (( $(moved "$file" "$q") < KILL_AT )) && kill -0 "$q" 2>/dev/null; do sleep 0.02; done
+  if ! kill -0 "$q" 2>/dev/null; then
+    e2e_fail "$what: the transfer ended before the server was killed"
+  elif [[ $action == revive ]]; then
+    s3rver_kill "$S3_DIR"; sleep 2; s3rver_revive "$S3_DIR"
+  else
+    e2e_server_stop
+  fi
+  STATUS=0; wait "$pid" || STATUS=$?
+}
+
+expect_error_block() {  # WHAT
+  e2e_expect_eq "$1: exit code" 1 "$STATUS"
+  e2e_check "$1: error block on stderr" grep -qzE '\*\* Error \*\*.*Operation: .*Message: ' "$ERR"
+}
+
+S3RVER_HELD=1 e2e_server_start s3rver
+s3_make_bucket "$BUCKET"
+export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
+
+transfer "upload, server back" "$SRC/big.bin" revive "$SRC/" "s3://$BUCKET/"
+e2e_expect_eq "upload, server back: exit code ($(head -c 400 "$ERR"))" 0 "$STATUS"
+e2e_expect_eq "upload, server back: md5 of the stored object" "$WANT" "$(s3_object_md5 "$BUCKET" big.bin)"
+
+mkdir -p "$E2E_WORK/back"
+transfer "download, server back" "$E2E_WORK/back/big.bin" revive "s3://$BUCKET/" "$E2E_WORK/back/"
+e2e_expect_eq "download, server back: exit code ($(head -c 400 "$ERR"))" 0 "$STATUS"
+e2e_check "download, server back: same bytes" cmp "$SRC/big.bin" "$E2E_WORK/back/big.bin"
+
+rm -rf "$E2E_WORK/back"; mkdir -p "$E2E_WORK/back"
+transfer "download, server gone" "$E2E_WORK/back/big.bin" never "s3://$BUCKET/" "$E2E_WORK/back/"
+expect_error_block "download, server gone"
+e2e_expect_eq "download, server gone: no partial file left" "" "$(ls -A "$E2E_WORK/back")"
+
+S3RVER_HELD=1 e2e_server_start s3rver
+s3_make_bucket "$BUCKET"
+transfer "upload, server gone" "$SRC/big.bin" never "$SRC/" "s3://$BUCKET/"
+expect_error_block "upload, server gone"
+e2e_expect_eq "upload, server gone: source unchanged" "$WANT" "$(md5sum <"$SRC/big.bin" | cut -d' ' -f1)"
+
+e2e_finish
