@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QUrlQuery>
 
+#include "cloud/gsacl.h"
+#include "cloud/niftyacl.h"
 #include "items/amazons3account.h"
 #include "items/cloudianaccount.h"
 #include "items/connectriaaccount.h"
@@ -212,9 +214,102 @@ QList<QSharedPointer<Endpoint>> Driver::standardEndpoints()
     return {AmazonS3Account::defaultEndpoint(), GoogleStorageAccount::defaultEndpoint()};
 }
 
+namespace {
+// The published identifiers of the two groups of everybody.
+const QByteArray global_s3AllUsersUri = QByteArrayLiteral("http://acs.amazonaws.com/groups/global/AllUsers");
+const QByteArray global_s3AuthenticatedUsersUri =
+    QByteArrayLiteral("http://acs.amazonaws.com/groups/global/AuthenticatedUsers");
+const QByteArray global_gsAllUsersId = QByteArrayLiteral("AllUsers");
+const QByteArray global_gsAuthenticatedUsersId = QByteArrayLiteral("AuthenticatedUsers");
+// Google's canonical user of anonymous access.
+const QByteArray global_gsAnonymousId =
+    QByteArrayLiteral("00b4903a97d0e4b7a1c3e5f7092b4d6f8a1c3e5f7092b4d6f8a1c3e5f7092b4d6f");
+
+bool isGoogle(const QSharedPointer<AbstractAccount>& account)
+{
+    return account && account->fileSystemType() == AbstractFS::GSFileSystem;
+}
+} // namespace
+
 void Driver::createAccountUsers(const QSharedPointer<AbstractAccount>& account)
 {
-    Q_UNUSED(account);
+    if (!account || account->fileSystemClass() != AbstractFS::CloudClass)
+        return;
+    allUsersGroupByDomain(account);
+    allAuthenticatedUsersGroupByDomain(account);
+    if (!isGoogle(account))
+        return;
+    const auto google = account.staticCast<GoogleStorageAccount>();
+    const QString project = QString::fromLatin1(google->projectId());
+    if (!google->userId().isEmpty())
+        createUser(account, AbstractUser::UserById, google->userId());
+    const QList<QPair<QByteArray, QString>> groups = {
+        {google->ownersId(), QStringLiteral("Project %1 owners")},
+        {google->editorsId(), QStringLiteral("Project %1 editors")},
+        {google->teamId(), QStringLiteral("Project %1 team")},
+    };
+    for (const auto& group : groups) {
+        if (!group.first.isEmpty())
+            createNamedUser(account, AbstractUser::GroupById, group.first, group.second.arg(project));
+    }
+    createNamedUser(account, AbstractUser::UserById, global_gsAnonymousId, QStringLiteral("Anonymous"));
+}
+
+QSharedPointer<AbstractUser> Driver::allUsersGroupByDomain(const QSharedPointer<AbstractAccount>& account)
+{
+    const QSharedPointer<AbstractUser> known = groupByDomain(account, AbstractUser::AllUsers);
+    return known ? known : createAllUsersGroup(account);
+}
+
+QSharedPointer<AbstractUser> Driver::allAuthenticatedUsersGroupByDomain(
+    const QSharedPointer<AbstractAccount>& account)
+{
+    const QSharedPointer<AbstractUser> known = groupByDomain(account, AbstractUser::AllAuthenticatedUsers);
+    return known ? known : createAllAuthenticatedUsersGroup(account);
+}
+
+QSharedPointer<AbstractUser> Driver::groupByDomain(const QSharedPointer<AbstractAccount>& account,
+                                                   AbstractUser::UserType type)
+{
+    Driver* driver = instance();
+    FastMutexLocker locker(driver->m_mutex);
+    return driver->m_domainGroups.value(qMakePair(AbstractUser::domainOf(account), int(type)));
+}
+
+QSharedPointer<AbstractUser> Driver::createAllUsersGroup(const QSharedPointer<AbstractAccount>& account)
+{
+    return createNamedUser(account, AbstractUser::AllUsers,
+                           isGoogle(account) ? global_gsAllUsersId : global_s3AllUsersUri,
+                           QStringLiteral("All Users"));
+}
+
+QSharedPointer<AbstractUser> Driver::createAllAuthenticatedUsersGroup(
+    const QSharedPointer<AbstractAccount>& account)
+{
+    return createNamedUser(account, AbstractUser::AllAuthenticatedUsers,
+                           isGoogle(account) ? global_gsAuthenticatedUsersId : global_s3AuthenticatedUsersUri,
+                           QStringLiteral("Authenticated Users"));
+}
+
+QSharedPointer<AbstractUser> Driver::createNamedUser(const QSharedPointer<AbstractAccount>& account,
+                                                     AbstractUser::UserType type, const QByteArray& id,
+                                                     const QString& displayName)
+{
+    const QSharedPointer<AbstractUser> user = createUser(account, type, id);
+    if (user && user->displayName().isEmpty())
+        user->setDisplayName(displayName);
+    return user;
+}
+
+QSharedPointer<AbstractAcl> Driver::createAcl(const QSharedPointer<AbstractAccount>& account)
+{
+    if (!account)
+        return QSharedPointer<AbstractAcl>();
+    if (account->provider() == AbstractAccount::NiftyProvider)
+        return QSharedPointer<NiftyAcl>::create(account);
+    if (isGoogle(account))
+        return QSharedPointer<GSAcl>::create(account);
+    return QSharedPointer<S3Acl>::create(account);
 }
 
 QSharedPointer<AbstractUser> Driver::user(const UserKey& key)
@@ -250,6 +345,9 @@ QSharedPointer<AbstractUser> Driver::createUser(const QSharedPointer<AbstractAcc
     if (it != driver->m_users.constEnd())
         return it.value();
     driver->m_users.insert(key, made);
+    // The groups of everybody are also found by their domain alone.
+    if (type == AbstractUser::AllUsers || type == AbstractUser::AllAuthenticatedUsers)
+        driver->m_domainGroups.insert(qMakePair(key.domain(), int(type)), made);
     return made;
 }
 

@@ -16,6 +16,7 @@
 
 #include "crypto/storagedirective.h"
 
+class AbstractAcl;
 class AbstractBucket;
 class AbstractCloudFile;
 class AbstractFile;
@@ -50,8 +51,9 @@ public:
                                                    AbstractFS::FileSystemType type);
     // Amazon's default endpoint, then Google's.
     static QList<QSharedPointer<Endpoint>> standardEndpoints();
-    // Makes the standing users of an account: the groups that ACLs name.
-    // Nothing carries ACLs yet, so this records nothing for now.
+    // Makes the standing users of an account, once before a run: the two
+    // groups of everybody and, for Google, the project's users and groups
+    // and the anonymous user.
     void createAccountUsers(const QSharedPointer<AbstractAccount>& account);
 
     // Users. One object per key for the whole run, so that users compare by
@@ -64,6 +66,13 @@ public:
     static QSharedPointer<AbstractUser> createUser(const QSharedPointer<AbstractAccount>& account,
                                                    AbstractUser::UserType type,
                                                    const QByteArray& id);
+    // The group of everybody, and that of every signed-in user, on the
+    // account's domain: the registered one, else a new one.
+    static QSharedPointer<AbstractUser> allUsersGroupByDomain(const QSharedPointer<AbstractAccount>& account);
+    static QSharedPointer<AbstractUser> allAuthenticatedUsersGroupByDomain(
+        const QSharedPointer<AbstractAccount>& account);
+    // An empty ACL in the account's dialect: Nifty's, Google's, or S3's.
+    static QSharedPointer<AbstractAcl> createAcl(const QSharedPointer<AbstractAccount>& account);
     // The owner of the account's buckets, as the service list gave it.
     static QSharedPointer<AbstractUser> accountOwner(const QSharedPointer<AbstractAccount>& account);
     // Keeps user as the owner of its own account.
@@ -149,7 +158,18 @@ private:
 
     mutable FastMutex m_mutex;
     const QChar m_localDelimiter = QLatin1Char('/');
+    static QSharedPointer<AbstractUser> groupByDomain(const QSharedPointer<AbstractAccount>& account,
+                                                      AbstractUser::UserType type);
+    static QSharedPointer<AbstractUser> createAllUsersGroup(const QSharedPointer<AbstractAccount>& account);
+    static QSharedPointer<AbstractUser> createAllAuthenticatedUsersGroup(
+        const QSharedPointer<AbstractAccount>& account);
+    static QSharedPointer<AbstractUser> createNamedUser(const QSharedPointer<AbstractAccount>& account,
+                                                       AbstractUser::UserType type, const QByteArray& id,
+                                                       const QString& displayName);
+
     QHash<UserKey, QSharedPointer<AbstractUser>> m_users;
+    // The groups of everybody, by domain and type.
+    QHash<QPair<QString, int>, QSharedPointer<AbstractUser>> m_domainGroups;
     QHash<QSharedPointer<AbstractAccount>, QSharedPointer<AbstractUser>> m_accountOwners;
 };
 
