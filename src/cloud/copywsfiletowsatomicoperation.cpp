@@ -14,7 +14,7 @@ const QByteArray CopyWSFileToWSAtomicOperation::_standard = "STANDARD";
 
 CopyWSFileToWSAtomicOperation::CopyWSFileToWSAtomicOperation(
     OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
-    const QSharedPointer<AbstractS3Folder>& destination, const QString& name, Canned canned,
+    const QSharedPointer<AbstractS3Folder>& destination, const QString& name, AbstractAcl::Canned canned,
     const MetadataDirective& metadataDirective, const StorageDirective& storageDirective,
     const ServerSideEncryption& serverSideEncryption)
     : WSObjectOperation(parent, Driver::createChildFile(destination, name)), m_source(source),
@@ -49,6 +49,8 @@ Metadata CopyWSFileToWSAtomicOperation::httpFieldList() const
 {
     const QSharedPointer<AbstractAccount> account = this->account();
     Metadata fields = WSObjectOperation::httpFieldList();
+    if (m_canned != AbstractAcl::NotCanned)
+        fields.append(HttpField(account->xAcl(), AbstractAcl::cannedToByteArray(m_canned)));
     fields.append(HttpField(account->xCopySource(), copySource(m_source)));
     switch (m_metadataDirective.directive()) {
     case MetadataDirective::CopyDirective:

@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QSharedPointer>
 
+#include "cloud/abstractacl.h"
 #include "cloud/metadatadirective.h"
 #include "cloud/wsobjectoperation.h"
 #include "crypto/serversideencryption.h"
@@ -19,11 +20,9 @@ class CopyWSFileToWSAtomicOperation : public WSObjectOperation
     Q_DECLARE_TR_FUNCTIONS(CopyWSFileToWSAtomicOperation)
 
 public:
-    using Canned = int;
-
     CopyWSFileToWSAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
                                   const QSharedPointer<AbstractS3Folder>& destination, const QString& name,
-                                  Canned canned, const MetadataDirective& metadataDirective,
+                                  AbstractAcl::Canned canned, const MetadataDirective& metadataDirective,
                                   const StorageDirective& storageDirective,
                                   const ServerSideEncryption& serverSideEncryption);
 
@@ -35,7 +34,7 @@ public:
     bool processResponseData() override;
 
     QSharedPointer<AbstractCloudFile> source() const { return m_source; }
-    Canned canned() const { return m_canned; }
+    AbstractAcl::Canned canned() const { return m_canned; }
 
     // The value of the copy-source header for source: the bucket and the
     // still encoded key, with a leading "/" only when the bucket is in the
@@ -53,7 +52,7 @@ private:
     const QSharedPointer<AbstractCloudFile> m_source;
     const QSharedPointer<AbstractS3Folder> m_destination;
     const QString m_name;
-    const Canned m_canned;
+    const AbstractAcl::Canned m_canned;
     const MetadataDirective m_metadataDirective;
     const StorageDirective m_storageDirective;
     const ServerSideEncryption m_serverSideEncryption;

@@ -145,11 +145,11 @@ bool CopyWSFileToWSOperation::prepareNextOperation(AbstractOperation* child)
         break;
     case GetCloudFileAclType:
         if (goOn)
-            takeAcl(static_cast<GetCloudFileAclOperation*>(child)->acl());
+            takeAcl(static_cast<GetCloudFileAclOperation*>(child)->acl);
         break;
     case GetS3ContainerAclType:
         if (goOn)
-            takeAcl(static_cast<GetS3ContainerAclOperation*>(child)->acl());
+            takeAcl(static_cast<GetS3ContainerAclOperation*>(child)->acl);
         break;
     case CopyWSFileToWSAtomicType:
         takeCopy(child);
