@@ -67,7 +67,8 @@ object_requests_at_least() {  # METHOD N
   done
   echo "$n"
 }
-copy_sources_sent() { grep -ci '^> x-amz-copy-source: ' "$E2E_OUTPUT" || true; }
+# a shell operation's log may be printed again by the one above it: count distinct sources
+copy_sources_sent() { grep -i '^> x-amz-copy-source: ' "$E2E_OUTPUT" | sort -u | wc -l; }
 
 run_on() {
   e2e_server_start "$1" || { e2e_fail "$1 did not start"; return; }
@@ -87,7 +88,7 @@ run_on() {
   check_copies "first copy" "$BUCKET" dst/
   e2e_expect_eq "content type kept" "application/x-quorle-test" \
     "$(head_of "$BUCKET" dst/nested/deeper/blob.bin ContentType)"
-  e2e_expect_eq "user metadata kept" "blue round" \
+  e2e_expect_eq "user metadata kept" $'blue\tround' \
     "$(head_of "$BUCKET" dst/nested/deeper/blob.bin '[Metadata.colour, Metadata.shape]')"
   e2e_expect_eq "ETag of the copy" "$(head_of "$BUCKET" src/empty ETag)" "$(head_of "$BUCKET" dst/empty ETag)"
 
