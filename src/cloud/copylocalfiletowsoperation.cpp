@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include "cloud/getcloudfileacloperation.h"
 #include "cloud/headwsfileoperation.h"
 #include "cloud/uploadoperation.h"
 #include "items/abstractaccount.h"
@@ -31,10 +32,11 @@ bool isEncoded(const ClientSideEncryption& settings)
 
 CopyLocalFileToWSOperation::CopyLocalFileToWSOperation(
     OperationGroup* parent, const QSharedPointer<LocalFile>& source,
-    const QSharedPointer<AbstractS3Folder>& destinationFolder, bool computeMd5, const OverwriteMode& overwriteMode,
+    const QSharedPointer<AbstractS3Folder>& destinationFolder, const AclDirective& aclDirective, bool computeMd5, const OverwriteMode& overwriteMode,
     const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
     const StorageDirective& storageDirective, const Multipart& multipart)
-    : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder), m_computeMd5(computeMd5),
+    : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder),
+      m_aclDirective(aclDirective), m_computeMd5(computeMd5),
       m_overwriteMode(overwriteMode), m_clientSideEncryption(clientSideEncryption),
       m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective), m_multipart(multipart)
 {
@@ -106,14 +108,21 @@ void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<Abstrac
     }
 }
 
-// The object in place is replaced. Its ACL would be read here when it is to
-// be kept; no option of this tool asks for that.
 void CopyLocalFileToWSOperation::decide(BrindleLib::OverwriteMode mode)
 {
     if (overwrites(mode))
-        start();
+        overwrite();
     else
         skipTransfer();
+}
+
+// The object in place is replaced; to keep its ACL, that is read first.
+void CopyLocalFileToWSOperation::overwrite()
+{
+    if (m_overwriteMode.keepAcl())
+        append(new GetCloudFileAclOperation(this, m_existingFile));
+    else
+        start();
 }
 
 void CopyLocalFileToWSOperation::skipTransfer()
@@ -190,7 +199,8 @@ void CopyLocalFileToWSOperation::appendUploadToWSOp()
         countUploadSize(file->size());
         m_uploadDevice.reset(file);
     }
-    append(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_contentMd5,
+    append(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_aclDirective,
+                               m_contentMd5,
                                m_metadata, m_storageDirective, m_serverSideEncryption, m_multipart));
 }
 
@@ -215,6 +225,10 @@ bool CopyLocalFileToWSOperation::prepareNextOperation(AbstractOperation* child)
             static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
         break;
     }
+    case GetCloudFileAclType:
+        m_aclDirective = AclDirective(AclDirective::UseAcl, static_cast<GetCloudFileAclOperation*>(child)->acl);
+        start();
+        break;
     case LocalMd5AtomicType:
         takeMd5(child);
         break;

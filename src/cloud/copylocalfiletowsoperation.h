@@ -4,6 +4,7 @@
 #include <QIODevice>
 #include <QSharedPointer>
 
+#include "cloud/acldirective.h"
 #include "crypto/clientsideencryption.h"
 #include "crypto/multipart.h"
 #include "crypto/serversideencryption.h"
@@ -29,7 +30,8 @@ public:
     enum Md5Tag { SourceMd5Tag = 1, ContentMd5Tag = 2 };
 
     CopyLocalFileToWSOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
-                               const QSharedPointer<AbstractS3Folder>& destinationFolder, bool computeMd5,
+                               const QSharedPointer<AbstractS3Folder>& destinationFolder, const AclDirective& aclDirective,
+                               bool computeMd5,
                                const OverwriteMode& overwriteMode, const ClientSideEncryption& clientSideEncryption,
                                const ServerSideEncryption& serverSideEncryption,
                                const StorageDirective& storageDirective, const Multipart& multipart);
@@ -66,6 +68,7 @@ private:
     void appendUploadToWSOp();
     void appendMd5(const QSharedPointer<QIODevice>& device, Md5Tag tag);
     void decide(BrindleLib::OverwriteMode mode);
+    void overwrite();
     void skipTransfer();
     // Moves the progress total from the plain size to what goes on the wire.
     void countUploadSize(qint64 uploadSize);
@@ -73,6 +76,7 @@ private:
 
     const QSharedPointer<LocalFile> m_source;
     const QSharedPointer<AbstractS3Folder> m_destinationFolder;
+    AclDirective m_aclDirective;
     QByteArray m_contentMd5;
     QByteArray m_sourceMd5;
     const bool m_computeMd5;

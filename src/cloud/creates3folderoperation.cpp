@@ -1,16 +1,17 @@
 #include "cloud/creates3folderoperation.h"
 
 #include "cloud/heads3containeroperation.h"
+#include "cloud/puts3acloperation.h"
 #include "cloud/s3putemptyobjectatomicoperation.h"
 #include "items/abstractwsfolder.h"
 #include "items/driver.h"
 
 CreateS3FolderOperation::CreateS3FolderOperation(OperationGroup* parent,
                                                  const QSharedPointer<AbstractS3Folder>& parentFolder,
-                                                 const QString& name, const QByteArray& cannedAcl, bool failIfExists,
+                                                 const QString& name, const QSharedPointer<AbstractAcl>& acl, bool failIfExists,
                                                  bool skipCheck)
     : OperationGroup(parent), parentFolder(parentFolder), folderName(name),
-      folder(Driver::createChildFolder(parentFolder, name)), cannedAcl(cannedAcl), failIfExists(failIfExists),
+      folder(Driver::createChildFolder(parentFolder, name)), acl(acl), failIfExists(failIfExists),
       skipCheck(skipCheck)
 {
 }
@@ -25,7 +26,8 @@ void CreateS3FolderOperation::prepareFirstOperation()
 
 void CreateS3FolderOperation::appendPut()
 {
-    append(new S3PutEmptyObjectAtomicOperation(this, parentFolder, folderName, cannedAcl));
+    append(new S3PutEmptyObjectAtomicOperation(this, parentFolder, folderName,
+                                               acl ? acl->canned() : AbstractAcl::NotCanned));
 }
 
 bool CreateS3FolderOperation::prepareNextOperation(AbstractOperation* child)
@@ -47,9 +49,13 @@ bool CreateS3FolderOperation::prepareNextOperation(AbstractOperation* child)
                              QString()));
         return true;
     }
-    case S3PutEmptyObjectAtomicType:
-        createdFolder = static_cast<S3PutEmptyObjectAtomicOperation*>(child)->createdS3Folder();
+    case S3PutEmptyObjectAtomicType: {
+        auto* put = static_cast<S3PutEmptyObjectAtomicOperation*>(child);
+        createdFolder = put->createdS3Folder();
+        if (createdFolder && put->canned() == AbstractAcl::NotCanned && acl)
+            append(new PutS3AclOperation(this, createdFolder, acl));
         return true;
+    }
     default:
         return false;
     }

@@ -3,6 +3,7 @@
 
 #include <QSharedPointer>
 
+#include "cloud/abstractacl.h"
 #include "operations/operationgroup.h"
 
 class AbstractS3Folder;
@@ -10,15 +11,17 @@ class AbstractWSFolder;
 
 // Makes a folder's own object, unless the store has it already: a head
 // first, then the PUT. With skipCheck the PUT goes at once, replacing the
-// empty object if there is one.
+// empty object if there is one. An ACL that has no canned form is put on the
+// new folder by a request of its own.
 class CreateS3FolderOperation : public OperationGroup
 {
     Q_DECLARE_TR_FUNCTIONS(CreateS3FolderOperation)
 
 public:
-    // cannedAcl is the word of a canned ACL, empty for none.
+    // A null acl leaves the store's default.
     CreateS3FolderOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
-                            const QString& name, const QByteArray& cannedAcl, bool failIfExists, bool skipCheck);
+                            const QString& name, const QSharedPointer<AbstractAcl>& acl, bool failIfExists,
+                            bool skipCheck);
 
     int type() const override { return CreateS3FolderType; }
     QString name() const override { return tr("Create folder"); }
@@ -29,7 +32,7 @@ public:
     QString folderName;
     // The child item to be made, known from the start.
     QSharedPointer<AbstractWSFolder> folder;
-    QByteArray cannedAcl;
+    QSharedPointer<AbstractAcl> acl;
     bool failIfExists;
     bool skipCheck;
     // The folder as the store has it now; null until known.

@@ -3,6 +3,7 @@
 
 #include <QSharedPointer>
 
+#include "cloud/abstractacl.h"
 #include "cloud/s3containeroperation.h"
 
 class AbstractWSFolder;
@@ -15,9 +16,8 @@ class S3PutEmptyObjectAtomicOperation : public S3ContainerOperation
     Q_DECLARE_TR_FUNCTIONS(S3PutEmptyObjectAtomicOperation)
 
 public:
-    // cannedAcl is the word of a canned ACL ("public-read"), empty for none.
     S3PutEmptyObjectAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
-                                    const QString& name, const QByteArray& cannedAcl = QByteArray());
+                                    const QString& name, AbstractAcl::Canned canned = AbstractAcl::NotCanned);
 
     int type() const override { return S3PutEmptyObjectAtomicType; }
     QString name() const override { return tr("Put object"); }
@@ -28,15 +28,16 @@ public:
 
     // The folder made; null until the store answered 200.
     QSharedPointer<AbstractS3Folder> createdS3Folder() const { return m_createdFolder; }
+    AbstractAcl::Canned canned() const { return m_canned; }
 
 private:
     S3PutEmptyObjectAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
                                     const QSharedPointer<AbstractWSFolder>& folder, const QString& name,
-                                    const QByteArray& cannedAcl);
+                                    AbstractAcl::Canned canned);
 
     const QSharedPointer<AbstractS3Folder> m_parentFolder;
     const QString m_name;
-    const QByteArray m_cannedAcl;
+    const AbstractAcl::Canned m_canned;
     QSharedPointer<AbstractS3Folder> m_createdFolder;
 };
 

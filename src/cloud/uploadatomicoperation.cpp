@@ -1,5 +1,6 @@
 #include "cloud/uploadatomicoperation.h"
 
+#include "cloud/aclrequest.h"
 #include "items/abstractaccount.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstracts3folder.h"
@@ -14,25 +15,9 @@ const QByteArray UploadAtomicOperation::_contentLength = "Content-Length";
 const QByteArray UploadAtomicOperation::_reducedRedundancy = "REDUCED_REDUNDANCY";
 const QByteArray UploadAtomicOperation::_aes256 = "AES256";
 
-namespace {
-// The header word of a canned ACL; empty for 0 and for unknown numbers.
-QByteArray cannedWord(int canned)
-{
-    static const char* const words[] = {"",
-                                        "private",
-                                        "public-read",
-                                        "public-read-write",
-                                        "authenticated-read",
-                                        "project-private",
-                                        "bucket-owner-read",
-                                        "bucket-owner-full-control"};
-    return canned > 0 && canned < int(std::size(words)) ? QByteArray(words[canned]) : QByteArray();
-}
-} // namespace
-
 UploadAtomicOperation::UploadAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                                              const QSharedPointer<QIODevice>& device, qint64 size,
-                                             const QSharedPointer<AbstractS3Folder>& folder, Canned canned,
+                                             const QSharedPointer<AbstractS3Folder>& folder, AbstractAcl::Canned canned,
                                              const QByteArray& contentMd5, const Metadata& metadata,
                                              const StorageDirective& storageDirective,
                                              const ServerSideEncryption& serverSideEncryption,
@@ -71,8 +56,7 @@ Metadata UploadAtomicOperation::httpFieldList() const
     fields.append(HttpField(_contentLength, QByteArray::number(m_size)));
     if (account->hasFeature(AbstractAccount::ExpectContinueFeature))
         fields.append(HttpField(_expect, _100Continue));
-    if (m_canned != 0)
-        fields.append(HttpField(account->xAcl(), cannedWord(m_canned)));
+    AclRequestHelpers::appendCannedField(fields, account, m_canned);
     // Stores without the feature get no word of it rather than a refusal.
     if (m_storageDirective.mode() == StorageDirective::SetMode
         && m_storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage

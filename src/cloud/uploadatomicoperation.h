@@ -5,6 +5,7 @@
 #include <QIODevice>
 #include <QSharedPointer>
 
+#include "cloud/abstractacl.h"
 #include "cloud/wsobjectoperation.h"
 #include "crypto/multipart.h"
 #include "crypto/serversideencryption.h"
@@ -21,12 +22,10 @@ class UploadAtomicOperation : public WSObjectOperation
     Q_DECLARE_TR_FUNCTIONS(UploadAtomicOperation)
 
 public:
-    // The canned ACL's number, 0 when the object's ACL has no canned form.
-    using Canned = int;
 
     UploadAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                           const QSharedPointer<QIODevice>& device, qint64 size,
-                          const QSharedPointer<AbstractS3Folder>& folder, Canned canned,
+                          const QSharedPointer<AbstractS3Folder>& folder, AbstractAcl::Canned canned,
                           const QByteArray& contentMd5, const Metadata& metadata,
                           const StorageDirective& storageDirective,
                           const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
@@ -45,7 +44,7 @@ public:
 
     QSharedPointer<LocalFile> source() const { return m_source; }
     qint64 size() const { return m_size; }
-    Canned canned() const { return m_canned; }
+    AbstractAcl::Canned canned() const { return m_canned; }
     // Drops this operation's hold on the device, so that a temporary file
     // goes with the group's last reference.
     void clearDevice() { m_device.reset(); }
@@ -62,7 +61,7 @@ private:
     QSharedPointer<QIODevice> m_device;
     const qint64 m_size;
     const QSharedPointer<AbstractS3Folder> m_folder;
-    const Canned m_canned;
+    const AbstractAcl::Canned m_canned;
     const QByteArray m_contentMd5;
     const Metadata m_metadata;
     const StorageDirective m_storageDirective;

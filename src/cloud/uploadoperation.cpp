@@ -1,5 +1,7 @@
 #include "cloud/uploadoperation.h"
 
+#include "cloud/gets3containeracloperation.h"
+#include "cloud/puts3acloperation.h"
 #include "cloud/uploadatomicoperation.h"
 #include "items/abstractaccount.h"
 #include "items/abstractcloudfile.h"
@@ -10,33 +12,49 @@
 
 UploadOperation::UploadOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                                  const QSharedPointer<QIODevice>& device, qint64 size,
-                                 const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                                 const QSharedPointer<AbstractS3Folder>& folder, const AclDirective& aclDirective,
+                                 const QByteArray& contentMd5,
                                  const Metadata& metadata, const StorageDirective& storageDirective,
                                  const ServerSideEncryption& serverSideEncryption, const Multipart& multipart)
     : OperationGroup(parent), m_source(source), m_device(device), m_size(size), m_folder(folder),
-      m_contentMd5(contentMd5), m_metadata(metadata), m_storageDirective(storageDirective),
+      m_aclDirective(aclDirective), m_contentMd5(contentMd5), m_metadata(metadata), m_storageDirective(storageDirective),
       m_serverSideEncryption(serverSideEncryption), m_multipart(multipart), m_owner(folder->owner())
 {
 }
 
 void UploadOperation::prepareFirstOperation()
 {
-    appendUploadToWsOp();
+    if (m_aclDirective.directive() == AclDirective::ContainerAcl)
+        append(new GetS3ContainerAclOperation(this, m_folder, true));
+    else
+        appendUploadToWsOp();
 }
 
-// Objects go out without an ACL of their own: the store gives them its
-// default, as no command-line option asks for another.
 void UploadOperation::appendUploadToWsOp()
 {
-    append(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, 0, m_contentMd5, m_metadata,
-                                     m_storageDirective, m_serverSideEncryption, m_multipart));
+    append(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_aclDirective.canned(),
+                                     m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption,
+                                     m_multipart));
+}
+
+// Without the bucket's list (none there, or not readable) the object takes
+// the store's default.
+void UploadOperation::takeContainerAcl(AbstractOperation* child)
+{
+    const QSharedPointer<AbstractAcl> acl = static_cast<GetS3ContainerAclOperation*>(child)->acl;
+    m_aclDirective = AclDirective(AclDirective::UseAcl, acl);
+    if (acl && acl->owner())
+        m_owner = acl->owner();
+    appendUploadToWsOp();
 }
 
 bool UploadOperation::prepareNextOperation(AbstractOperation* child)
 {
     if (OperationGroup::prepareNextOperation(child))
         return true;
-    if (child->type() == UploadAtomicType)
+    if (child->type() == GetS3ContainerAclType)
+        takeContainerAcl(child);
+    else if (child->type() == UploadAtomicType)
         takeAnswer(child);
     return false;
 }
@@ -57,8 +75,13 @@ void UploadOperation::takeAnswer(AbstractOperation* child)
     const QByteArray versionId = answer.field(m_folder->account()->xVersionId()).value();
     if (!versionId.isEmpty())
         file->setVersionId(versionId);
-    FastMutexLocker locker(m_resultMutex);
-    m_uploadedFile = file;
+    {
+        FastMutexLocker locker(m_resultMutex);
+        m_uploadedFile = file;
+    }
+    const QSharedPointer<AbstractAcl> acl = m_aclDirective.acl();
+    if (put->canned() == AbstractAcl::NotCanned && acl)
+        append(new PutS3AclOperation(this, file, acl));
 }
 
 QSharedPointer<AbstractCloudFile> UploadOperation::uploadedFile() const

@@ -4,6 +4,7 @@
 #include <QIODevice>
 #include <QSharedPointer>
 
+#include "cloud/acldirective.h"
 #include "crypto/multipart.h"
 #include "crypto/serversideencryption.h"
 #include "crypto/storagedirective.h"
@@ -16,7 +17,9 @@ class AbstractUser;
 class LocalFile;
 
 // Sends a prepared stream as one object and turns the store's answer into the
-// item that now stands there.
+// item that now stands there. The object gets the ACL of the directive: a
+// canned one in the PUT itself, any other by a PUT of its own afterwards; or,
+// for ContainerAcl, the bucket's, read first.
 class UploadOperation : public OperationGroup
 {
     Q_DECLARE_TR_FUNCTIONS(UploadOperation)
@@ -24,7 +27,8 @@ class UploadOperation : public OperationGroup
 public:
     UploadOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                     const QSharedPointer<QIODevice>& device, qint64 size,
-                    const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                    const QSharedPointer<AbstractS3Folder>& folder, const AclDirective& aclDirective,
+                    const QByteArray& contentMd5,
                     const Metadata& metadata, const StorageDirective& storageDirective,
                     const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
 
@@ -40,11 +44,13 @@ public:
 private:
     void appendUploadToWsOp();
     void takeAnswer(AbstractOperation* child);
+    void takeContainerAcl(AbstractOperation* child);
 
     const QSharedPointer<LocalFile> m_source;
     QSharedPointer<QIODevice> m_device;
     const qint64 m_size;
     const QSharedPointer<AbstractS3Folder> m_folder;
+    AclDirective m_aclDirective;
     const QByteArray m_contentMd5;
     const Metadata m_metadata;
     const StorageDirective m_storageDirective;

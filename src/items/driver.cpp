@@ -221,7 +221,8 @@ const QByteArray global_s3AuthenticatedUsersUri =
     QByteArrayLiteral("http://acs.amazonaws.com/groups/global/AuthenticatedUsers");
 const QByteArray global_gsAllUsersId = QByteArrayLiteral("AllUsers");
 const QByteArray global_gsAuthenticatedUsersId = QByteArrayLiteral("AuthenticatedUsers");
-// Google's canonical user of anonymous access.
+// Google's canonical user of anonymous access. The value has not been
+// checked against the one Google publishes; confirm it before relying on it.
 const QByteArray global_gsAnonymousId =
     QByteArrayLiteral("00b4903a97d0e4b7a1c3e5f7092b4d6f8a1c3e5f7092b4d6f8a1c3e5f7092b4d6f");
 

@@ -13,14 +13,16 @@
 
 ShellCopyFileOperation::ShellCopyFileOperation(
     OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
-    const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name, bool move, bool failIfExists,
+    const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name, bool move,
+    const AclDirective& aclDirective, bool failIfExists,
     bool computeMd5, bool compareExisting, const OverwriteMode& overwriteMode,
     const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
     const StorageDirective& storageDirective, const Multipart& multipart,
     const DecryptionPasswords& decryptionPasswords)
     : AbstractShellOperation(parent), m_file(file), m_destinationFolder(destinationFolder),
       m_destinationName(name), m_move(move), m_compareExisting(compareExisting), m_failIfExists(failIfExists),
-      m_computeMd5(computeMd5), m_overwriteMode(overwriteMode), m_clientSideEncryption(clientSideEncryption),
+      m_computeMd5(computeMd5), m_aclDirective(aclDirective), m_overwriteMode(overwriteMode),
+      m_clientSideEncryption(clientSideEncryption),
       m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective), m_multipart(multipart),
       m_decryptionPasswords(decryptionPasswords)
 {
@@ -45,7 +47,8 @@ void ShellCopyFileOperation::dispatch()
                                               m_computeMd5, m_compareExisting, m_decryptionPasswords));
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::CloudClass) {
         append(new CopyLocalFileToWSOperation(this, m_file.staticCast<LocalFile>(),
-                                              m_destinationFolder.staticCast<AbstractS3Folder>(), m_compareExisting,
+                                              m_destinationFolder.staticCast<AbstractS3Folder>(), m_aclDirective,
+                                              m_compareExisting,
                                               m_overwriteMode, m_clientSideEncryption, m_serverSideEncryption,
                                               m_storageDirective, m_multipart));
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::LocalClass) {

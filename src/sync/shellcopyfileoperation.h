@@ -3,6 +3,7 @@
 
 #include <QSharedPointer>
 
+#include "cloud/acldirective.h"
 #include "crypto/clientsideencryption.h"
 #include "crypto/multipart.h"
 #include "crypto/password.h"
@@ -23,7 +24,7 @@ class ShellCopyFileOperation : public AbstractShellOperation
 public:
     ShellCopyFileOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
                            const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name, bool move,
-                           bool failIfExists, bool computeMd5, bool compareExisting,
+                           const AclDirective& aclDirective, bool failIfExists, bool computeMd5, bool compareExisting,
                            const OverwriteMode& overwriteMode, const ClientSideEncryption& clientSideEncryption,
                            const ServerSideEncryption& serverSideEncryption,
                            const StorageDirective& storageDirective, const Multipart& multipart,
@@ -51,6 +52,7 @@ private:
     bool m_compareExisting;
     bool m_failIfExists;
     bool m_computeMd5;
+    AclDirective m_aclDirective;
     OverwriteMode m_overwriteMode;
     ClientSideEncryption m_clientSideEncryption;
     ServerSideEncryption m_serverSideEncryption;

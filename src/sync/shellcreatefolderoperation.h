@@ -3,6 +3,7 @@
 
 #include <QSharedPointer>
 
+#include "cloud/acldirective.h"
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"
 
@@ -13,7 +14,7 @@ class ShellCreateFolderOperation : public AbstractShellOperation
 
 public:
     ShellCreateFolderOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& parentFolder,
-                               const QString& name, bool exclusive);
+                               const QString& name, const AclDirective& aclDirective, bool exclusive);
 
     int type() const override { return ShellCreateFolderType; }
     QString name() const override { return tr("Create folder"); }
@@ -34,9 +35,13 @@ public:
     QSharedPointer<AbstractFolder> parentFolder;
     QSharedPointer<AbstractFolder> createdFolder;
     QString folderName;
+    // For a folder in a store: ContainerAcl takes the bucket's list first.
+    AclDirective aclDirective;
     bool exclusive;
 
 private:
+    void appendCreateS3Folder();
+
     bool m_createdFromGui = false;
 };
 

@@ -3,6 +3,7 @@
 #include <QtConcurrent>
 
 #include "frontend/filter.h"
+#include "cloud/gets3containeracloperation.h"
 #include "items/driver.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstractwsfolder.h"
@@ -35,7 +36,7 @@ ShellSyncContainerOperation::ShellSyncContainerOperation(
     OperationGroup* parent, AbstractShellOperation* shellOperation, const QSharedPointer<AbstractFolder>& source,
     const QSharedPointer<AbstractFolder>& destination, const SyncJob& job, const FolderList& sourceFolders,
     const FileList& sourceFiles, const FolderList& destinationFolders, const FileList& destinationFiles,
-    bool createDestination, const ClientSideEncryption& clientSideEncryption,
+    bool createDestination, const QSharedPointer<AbstractAcl>& acl, const ClientSideEncryption& clientSideEncryption,
     const ServerSideEncryption& serverSideEncryption, const StorageDirective& storageDirective,
     const Multipart& multipart, const DecryptionPasswords& decryptionPasswords)
     : ShellSyncContainerOperation(parent, shellOperation, source, destination, job, clientSideEncryption,
@@ -49,9 +50,15 @@ ShellSyncContainerOperation::ShellSyncContainerOperation(
     m_destinationFolders = destinationFolders;
     m_destinationFiles = destinationFiles;
     m_createDestination = createDestination;
-    if (m_createDestination)
+    m_acl = acl;
+    if (m_createDestination) {
         appendCreateDestination();
-    processFolder();
+        processFolder();
+    } else if (wantsContainerAcl() && !m_acl) {
+        appendContainerAcl();
+    } else {
+        processFolder();
+    }
 }
 
 QString ShellSyncContainerOperation::name() const
@@ -72,7 +79,7 @@ void ShellSyncContainerOperation::appendCreateDestination()
         parentFolder = m_destination.staticCast<LocalFolder>()->parent();
     else if (m_destination->itemType() == AbstractItem::CloudFolderItem)
         parentFolder = m_destination.staticCast<AbstractWSFolder>()->parent();
-    append(new ShellCreateFolderOperation(this, parentFolder, m_destination->name(), false));
+    append(new ShellCreateFolderOperation(this, parentFolder, m_destination->name(), newItemAcl(), false));
 }
 
 void ShellSyncContainerOperation::prepareFirstOperation()
@@ -128,8 +135,14 @@ bool ShellSyncContainerOperation::prepareNextOperation(AbstractOperation* child)
             takeListing(child, m_sourceFolders, m_sourceFiles, m_sourceListed);
         else if (tag == DestinationListTag)
             takeListing(child, m_destinationFolders, m_destinationFiles, m_destinationListed);
-        if (m_sourceListed && m_destinationListed)
+        if (tag == DestinationListTag && wantsContainerAcl())
+            appendContainerAcl();
+        else if (m_sourceListed && m_destinationListed && !m_containerAclPending)
             processFolder();
+        return true;
+    case GetS3ContainerAclType:
+        if (!failed)
+            takeContainerAcl(child);
         return true;
     case CompareFileContentForSyncType: {
         auto* compare = static_cast<CompareFileContentForSyncOperation*>(child);
@@ -314,7 +327,7 @@ void ShellSyncContainerOperation::appendSubOperation(
 {
     append(new ShellSyncContainerOperation(this, shellOperationForChildren(), source, destination, m_syncJob,
                                            sourceFolders, sourceFiles, destinationFolders, destinationFiles,
-                                           createDestination, m_clientSideEncryption, m_serverSideEncryption,
+                                           createDestination, m_acl, m_clientSideEncryption, m_serverSideEncryption,
                                            m_storageDirective, m_multipart, m_decryptionPasswords));
 }
 
@@ -324,6 +337,32 @@ void ShellSyncContainerOperation::scheduleCopy(const QSharedPointer<AbstractFile
     const OverwriteMode overwriteMode(options.testFlag(SyncJob::OverwriteKeepsAcl), false,
                                       options.testFlag(SyncJob::OverwriteKeepsMetadata), false);
     m_shellOperation->append(new ShellCopyFileOperation(
-        m_shellOperation, file, m_destination, file->name(), false, false, false, false, overwriteMode,
+        m_shellOperation, file, m_destination, file->name(), false, newItemAcl(), false, false, false, overwriteMode,
         m_clientSideEncryption, m_serverSideEncryption, m_storageDirective, m_multipart, m_decryptionPasswords));
+}
+
+bool ShellSyncContainerOperation::wantsContainerAcl() const
+{
+    return hasOption(SyncJob::ApplyContainerAcl) && m_destination->fileSystemClass() == AbstractFS::CloudClass;
+}
+
+AclDirective ShellSyncContainerOperation::newItemAcl() const
+{
+    return AclDirective(AclDirective::UseAcl, hasOption(SyncJob::ApplyContainerAcl) ? m_acl : nullptr);
+}
+
+void ShellSyncContainerOperation::appendContainerAcl()
+{
+    m_containerAclPending = true;
+    append(new GetS3ContainerAclOperation(this, m_destination.staticCast<AbstractS3Folder>(), true));
+}
+
+// The walk waits for the list, so that every new object gets it.
+void ShellSyncContainerOperation::takeContainerAcl(AbstractOperation* child)
+{
+    m_containerAclPending = false;
+    if (!m_acl)
+        m_acl = static_cast<GetS3ContainerAclOperation*>(child)->acl;
+    if (m_subOperation || (m_sourceListed && m_destinationListed))
+        processFolder();
 }

@@ -4,6 +4,8 @@
 #include <QHash>
 #include <QSharedPointer>
 
+#include "cloud/abstractacl.h"
+#include "cloud/acldirective.h"
 #include "crypto/clientsideencryption.h"
 #include "crypto/multipart.h"
 #include "crypto/password.h"
@@ -42,7 +44,8 @@ public:
                                 const QSharedPointer<AbstractFolder>& destination, const SyncJob& job,
                                 const FolderList& sourceFolders, const FileList& sourceFiles,
                                 const FolderList& destinationFolders, const FileList& destinationFiles,
-                                bool createDestination, const ClientSideEncryption& clientSideEncryption,
+                                bool createDestination, const QSharedPointer<AbstractAcl>& acl,
+                                const ClientSideEncryption& clientSideEncryption,
                                 const ServerSideEncryption& serverSideEncryption,
                                 const StorageDirective& storageDirective, const Multipart& multipart,
                                 const DecryptionPasswords& decryptionPasswords);
@@ -76,6 +79,12 @@ private:
                             const FileList& destinationFiles, bool createDestination);
     void appendCreateDestination();
     void scheduleCopy(const QSharedPointer<AbstractFile>& file);
+    // What new objects and folders get: the destination container's ACL when
+    // the job asks for it, else the store's default.
+    AclDirective newItemAcl() const;
+    bool wantsContainerAcl() const;
+    void appendContainerAcl();
+    void takeContainerAcl(AbstractOperation* child);
     bool hasOption(SyncJob::Option option) const { return m_syncJob.options().testFlag(option); }
     AbstractShellOperation* shellOperationForChildren() const;
 
@@ -91,6 +100,9 @@ private:
     FolderList m_destinationFolders;
     FileList m_destinationFiles;
     bool m_createDestination = false;
+    // The destination container's ACL, read once at the top and handed down.
+    QSharedPointer<AbstractAcl> m_acl;
+    bool m_containerAclPending = false;
     ClientSideEncryption m_clientSideEncryption;
     ServerSideEncryption m_serverSideEncryption;
     StorageDirective m_storageDirective;

@@ -363,7 +363,7 @@ void TestStoreOperations::createFolderHeadsFirst()
     FakeStore store({headReply, answer(200)});
     const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
     const auto top = Driver::createFolder(QStringLiteral("top/"), bucket, QByteArray(), false);
-    auto* create = new CreateS3FolderOperation(nullptr, top, QStringLiteral("new"), QByteArray(), failIfExists, false);
+    auto* create = new CreateS3FolderOperation(nullptr, top, QStringLiteral("new"), nullptr, failIfExists, false);
     const Run run(create);
     QVERIFY(run.finished);
     const OpError error = run.error();

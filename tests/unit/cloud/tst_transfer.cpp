@@ -147,7 +147,7 @@ ShellCopyFileOperation* copy(const QSharedPointer<AbstractFile>& file, const QSh
                              const ServerSideEncryption& sse = ServerSideEncryption(),
                              const DecryptionPasswords& passwords = DecryptionPasswords())
 {
-    auto* op = new ShellCopyFileOperation(nullptr, file, folder, file->name(), false, false, hashes, hashes,
+    auto* op = new ShellCopyFileOperation(nullptr, file, folder, file->name(), false, AclDirective(), false, hashes, hashes,
                                           OverwriteMode(), ClientSideEncryption(), sse, storage, Multipart(),
                                           passwords);
     op->setOverwriteMode(BrindleLib::OverwriteAlways);

@@ -302,7 +302,7 @@ void TestShellOperations::deleteFailuresLeaveFolderAndReachRoot()
 void TestShellOperations::localCreationHoldsBackNextSibling()
 {
     const auto parent = folderItem(m_dir->path());
-    auto* create = new ShellCreateFolderOperation(nullptr, parent, QStringLiteral("new"), false);
+    auto* create = new ShellCreateFolderOperation(nullptr, parent, QStringLiteral("new"), AclDirective(), false);
     auto* check = new FolderExistsOperation(nullptr, folderItem(path("new")));
     auto* after = new FolderExistsOperation(nullptr, folderItem(path("new")));
     QCOMPARE(create->destinationDisplayPath(), QString());
