@@ -58,7 +58,7 @@ void ShellCopyFileOperation::dispatch()
     } else if (source == AbstractItem::CloudFileItem && target == AbstractFS::CloudClass) {
         append(new CopyWSFileToWSOperation(this, m_file.staticCast<AbstractCloudFile>(),
                                            m_destinationFolder.staticCast<AbstractS3Folder>(), m_destinationName,
-                                           AclDirective(), m_failIfExists,
+                                           m_aclDirective, m_failIfExists,
                                            MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
                                            m_overwriteMode, m_storageDirective, m_serverSideEncryption));
     }
