@@ -14,16 +14,6 @@
 #include "operations/overwriteconfirmoperation.h"
 
 namespace {
-bool overwrites(BrindleLib::OverwriteMode mode)
-{
-    return mode == BrindleLib::OverwriteOnce || mode == BrindleLib::OverwriteAlways;
-}
-
-bool skips(BrindleLib::OverwriteMode mode)
-{
-    return mode == BrindleLib::SkipOnce || mode == BrindleLib::SkipAlways;
-}
-
 bool isEncoded(const ClientSideEncryption& settings)
 {
     return settings.isEncryptionEnabled() || settings.isCompressionEnabled();
@@ -59,7 +49,7 @@ BrindleLib::OverwriteMode CopyLocalFileToWSOperation::topLevelMode()
 bool CopyLocalFileToWSOperation::startsAtOnce()
 {
     return !m_overwriteMode.keepAcl() && !m_overwriteMode.keepMetadata()
-        && m_serverSideEncryption.mode() != ServerSideEncryption::KeepExisting && overwrites(topLevelMode());
+        && m_serverSideEncryption.mode() != ServerSideEncryption::KeepExisting && BrindleLib::isOverwrite(topLevelMode());
 }
 
 void CopyLocalFileToWSOperation::prepareFirstOperation()
@@ -100,7 +90,7 @@ void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<Abstrac
     const BrindleLib::OverwriteMode mode = static_cast<OperationGroup*>(top)->overwriteMode();
     if (mode == BrindleLib::OverwriteAsk) {
         append(new OverwriteConfirmOperation);
-    } else if (skips(mode)) {
+    } else if (BrindleLib::isSkip(mode)) {
         m_transferSkipped = true;
         addToTransferProgress(m_size);
     } else {
@@ -110,7 +100,7 @@ void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<Abstrac
 
 void CopyLocalFileToWSOperation::decide(BrindleLib::OverwriteMode mode)
 {
-    if (overwrites(mode))
+    if (BrindleLib::isOverwrite(mode))
         overwrite();
     else
         skipTransfer();

@@ -86,6 +86,7 @@ bool HeadWSFileOperation::prepareNextOperation(AbstractOperation* child)
         file = head->resultFile;
         metadata = head->metadata;
         clientSideEncryption = head->clientSideEncryption;
+        serverSideEncryption = head->serverSideEncryption;
     } else if (!head->deleteMarkerVersionId.isEmpty()) {
         file = deleteMarkerFile(head->deleteMarkerVersionId);
     }

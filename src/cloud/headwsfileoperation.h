@@ -54,6 +54,9 @@ public:
     QSharedPointer<AbstractCloudFile> file;
     Metadata metadata;
     ClientSideEncryption clientSideEncryption;
+    // 1 when the store said that it encrypts the object; the field itself is
+    // not among the metadata kept.
+    int serverSideEncryption = 0;
 
 private:
     // The item that stands for the delete marker found in place of the object.

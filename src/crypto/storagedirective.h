@@ -7,7 +7,8 @@
 class StorageDirective
 {
 public:
-    enum Mode { DefaultMode = 0, SetMode = 1 };
+    // KeepMode takes over the class of the object that a copy reads.
+    enum Mode { DefaultMode = 0, SetMode = 1, KeepMode = 2 };
     enum StorageClass { StandardStorage = 0, ReducedRedundancyStorage = 1 };
 
     StorageDirective();

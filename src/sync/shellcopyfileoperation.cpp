@@ -2,6 +2,7 @@
 
 #include "cloud/copylocalfiletowsoperation.h"
 #include "cloud/copywsfiletolocaloperation.h"
+#include "cloud/copywsfiletowsoperation.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstractlocalcontainer.h"
 #include "items/abstracts3folder.h"
@@ -54,6 +55,12 @@ void ShellCopyFileOperation::dispatch()
         append(new CopyLocalFileToLocalOperation(this, m_file.staticCast<LocalFile>(),
                                                  m_destinationFolder.staticCast<AbstractLocalContainer>(),
                                                  m_destinationName, m_move, m_compareExisting, m_failIfExists));
+    } else if (source == AbstractItem::CloudFileItem && target == AbstractFS::CloudClass) {
+        append(new CopyWSFileToWSOperation(this, m_file.staticCast<AbstractCloudFile>(),
+                                           m_destinationFolder.staticCast<AbstractS3Folder>(), m_destinationName,
+                                           m_aclDirective, m_failIfExists,
+                                           MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
+                                           m_overwriteMode, m_storageDirective, m_serverSideEncryption));
     }
 }
 
@@ -80,6 +87,19 @@ bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
         // The rename has moved the file already.
         if (m_move && child->error().isNull() && !copy->transferSkipped())
             m_sourceGone = true;
+        break;
+    }
+    case CopyWSFileToWSType: {
+        auto* copy = static_cast<CopyWSFileToWSOperation*>(child);
+        if (m_failIfExists && copy->targetExists()) {
+            setError(OpError(OpError::GeneralError, QString(),
+                             tr("A file named '%1' already exists in '%2'.")
+                                 .arg(m_file->name(), m_destinationFolder->name()),
+                             QString()));
+            return true;
+        }
+        m_copiedFile = copy->copiedFile();
+        moveStep(child, copy->transferSkipped());
         break;
     }
     case DeleteLocalFileAtomicType:

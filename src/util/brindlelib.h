@@ -18,6 +18,16 @@ enum OverwriteMode {
     SkipAlways = 4
 };
 
+inline bool isOverwrite(OverwriteMode mode)
+{
+    return mode == OverwriteOnce || mode == OverwriteAlways;
+}
+
+inline bool isSkip(OverwriteMode mode)
+{
+    return mode == SkipOnce || mode == SkipAlways;
+}
+
 enum EntryListMode { ListOneLevel = 0, ListSubtree = 1 };
 
 // Current objects only, or every version and delete marker.

@@ -2,7 +2,8 @@
 
 #include <memory>
 
-#include "fakestore.h"
+#include "cloud/copywsfiletowsatomicoperation.h"
+#include "cloud/copywsfiletowsoperation.h"
 #include "cloud/creates3folderoperation.h"
 #include "cloud/deletecloudfileoperation.h"
 #include "cloud/deletes3emptyfolderoperation.h"
@@ -15,6 +16,7 @@
 #include "items/abstractcloudfile.h"
 #include "items/abstractwsfolder.h"
 #include "items/driver.h"
+#include "fakestore.h"
 #include "shellrunner.h"
 #include "sync/comparefilecontentforsyncoperation.h"
 #include "testoperations.h"
@@ -41,6 +43,11 @@ private Q_SLOTS:
     void folderExistsByItsKeys();
     void plainContent_data();
     void plainContent();
+    void copySource_data();
+    void copySource();
+    void copyAnswer_data();
+    void copyAnswer();
+    void copyKeepsTargetMetadata();
 };
 
 namespace {
@@ -70,8 +77,14 @@ QSharedPointer<AbstractCloudFile> fileIn(const QSharedPointer<AbstractS3Folder>&
 // Runs op under a shell; the shell, and op with it, lives as long as this.
 struct Run
 {
-    explicit Run(const QList<AbstractOperation*>& ops) : root(ops), finished(runShell(&root, 2)) {}
-    explicit Run(AbstractOperation* op) : Run(QList<AbstractOperation*>({op})) {}
+    explicit Run(const QList<AbstractOperation*>& ops, BrindleLib::OverwriteMode mode = BrindleLib::OverwriteAsk)
+        : root(ops), finished((root.setOverwriteMode(mode), runShell(&root, 2)))
+    {
+    }
+    explicit Run(AbstractOperation* op, BrindleLib::OverwriteMode mode = BrindleLib::OverwriteAsk)
+        : Run(QList<AbstractOperation*>({op}), mode)
+    {
+    }
     OpError error() const { return root.error(); }
 
     ListShellOperation root;
@@ -398,6 +411,117 @@ void TestStoreOperations::plainContent()
         return;
     QCOMPARE(gotSize, size);
     QCOMPARE(gotMd5, md5);
+}
+
+void TestStoreOperations::copySource_data()
+{
+    QTest::addColumn<int>("style");
+    QTest::addColumn<QString>("bucket");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QByteArray>("version");
+    QTest::addColumn<QByteArray>("value");
+
+    const int host = BrindleLib::RequestStyleVirtualHost;
+    const int path = BrindleLib::RequestStylePath;
+    QTest::newRow("host style: no leading /") << host << "mybucket" << "d/a b+c" << QByteArray()
+                                              << QByteArray("mybucket/d/a%20b%2Bc");
+    QTest::newRow("path style: leading /") << path << "mybucket" << "d/a b+c" << QByteArray()
+                                           << QByteArray("/mybucket/d/a%20b%2Bc");
+    QTest::newRow("no host name: in the path") << host << "My_Bucket" << "k" << QByteArray()
+                                               << QByteArray("/My_Bucket/k");
+    QTest::newRow("non-ASCII key stays encoded") << host << "mybucket" << QString::fromUtf8("ü/日") << QByteArray()
+                                                 << QByteArray("mybucket/%C3%BC/%E6%97%A5");
+    QTest::newRow("version query kept") << path << "mybucket" << "k" << QByteArray("3/L4kq+t=")
+                                        << QByteArray("/mybucket/k?versionId=3%2FL4kq%2Bt%3D");
+}
+
+void TestStoreOperations::copySource()
+{
+    QFETCH(int, style);
+    QFETCH(QString, bucket);
+    QFETCH(QString, key);
+    QFETCH(QByteArray, version);
+    QFETCH(QByteArray, value);
+
+    QSharedPointer<AbstractAccount> account = Driver::createAccount(AbstractAccount::AmazonS3Provider, Id());
+    account->setRequestStyle(BrindleLib::RequestStyle(style));
+    const auto root = Driver::createBucketItem(bucket, QDateTime(), account);
+    const auto source = Driver::createFile(key, 3, QDateTime(), QByteArray(), root, version.isEmpty(), version, {},
+                                           StorageDirective::StandardStorage);
+    QCOMPARE(CopyWSFileToWSAtomicOperation::copySource(source), value);
+}
+
+void TestStoreOperations::copyAnswer_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QString>("message");
+
+    const QByteArray result = "<CopyObjectResult><LastModified>2009-10-12T17:50:30.000Z</LastModified>"
+                              "<ETag>\"9b2cf535f27731c974343645a3985328\"</ETag></CopyObjectResult>";
+    const QByteArray length = "Content-Length: " + QByteArray::number(result.size()) + "\r\n\r\n";
+    QTest::newRow("result") << answer(200, result) << QString();
+    QTest::newRow("result labelled HTML")
+        << "HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=UTF-8\r\n" + length + result << QString();
+    QTest::newRow("no type") << "HTTP/1.1 200 OK\r\n" + length + result << "Invalid response";
+    QTest::newRow("other type") << "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n" + length + result
+                                << "Invalid response";
+    QTest::newRow("error document in a 200")
+        << answer(200, "<Error><Code>AccessDenied</Code><Message>no</Message></Error>") << "no";
+}
+
+void TestStoreOperations::copyAnswer()
+{
+    QFETCH(QByteArray, reply);
+    QFETCH(QString, message);
+
+    FakeStore store({reply});
+    const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
+    auto* copy = new CopyWSFileToWSOperation(nullptr, fileIn(bucket, QStringLiteral("a/b c"), 7),
+                                             Driver::createFolder("to/", bucket, QByteArray(), false),
+                                             QStringLiteral("b c"), AclDirective(), false,
+                                             MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
+                                             OverwriteMode(), StorageDirective(), ServerSideEncryption());
+    const Run run(copy, BrindleLib::OverwriteAlways);
+    QVERIFY(run.finished);
+    const OpError error = run.error();
+    QCOMPARE(error.message(), message);
+    // Nothing to keep and overwriting: the one PUT, naming its source.
+    QCOMPARE(store.requests, QList<QByteArray>({"PUT /johnsmith/to/b%20c"}));
+    QVERIFY(store.heads.first().contains("\r\nx-amz-copy-source: /johnsmith/a/b%20c\r\n"));
+    QVERIFY(store.heads.first().contains("\r\nx-amz-metadata-directive: COPY\r\n"));
+    QCOMPARE(copy->copiedFile().isNull(), !message.isEmpty());
+    if (!message.isEmpty())
+        return;
+    QCOMPARE(copy->copiedFile()->path(), QStringLiteral("to/b c"));
+    QCOMPARE(copy->copiedFile()->size(), 7);
+    QCOMPARE(copy->copiedFile()->md5sum().toHex(), QByteArray("9b2cf535f27731c974343645a3985328"));
+    QCOMPARE(copy->copiedFile()->lastModified().toUTC(), QDateTime(QDate(2009, 10, 12), QTime(17, 50, 30), Qt::UTC));
+}
+
+// The replaced object's own fields stay; the fields that describe the
+// content come from the source.
+void TestStoreOperations::copyKeepsTargetMetadata()
+{
+    const QByteArray result = "<CopyObjectResult><ETag>\"00\"</ETag></CopyObjectResult>";
+    FakeStore store({answer(200, QByteArray(), "x-amz-meta-colour: red\r\nx-amz-meta-brindlebox-etag: c291cmNl\r\n"),
+                     answer(200, QByteArray(), "x-amz-meta-keeper: bob\r\nx-amz-meta-brindlebox-etag: b2xk\r\n"),
+                     answer(200, result)});
+    const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
+    auto* copy = new CopyWSFileToWSOperation(nullptr, fileIn(bucket, QStringLiteral("k")), bucket,
+                                             QStringLiteral("t"), AclDirective(), false,
+                                             MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
+                                             OverwriteMode(false, false, true, false), StorageDirective(),
+                                             ServerSideEncryption());
+    const Run run(copy, BrindleLib::OverwriteAlways);
+    QVERIFY(run.finished);
+    QVERIFY(run.error().isNull());
+    QCOMPARE(store.requests, QList<QByteArray>({"HEAD /johnsmith/k", "HEAD /johnsmith/t", "PUT /johnsmith/t"}));
+    const QByteArray put = store.heads.last();
+    QVERIFY(put.contains("\r\nx-amz-metadata-directive: REPLACE\r\n"));
+    QVERIFY(put.contains("\r\nx-amz-meta-keeper: bob\r\n"));
+    QVERIFY(put.contains("\r\nx-amz-meta-brindlebox-etag: c291cmNl\r\n"));
+    QVERIFY(!put.contains("x-amz-meta-colour"));
+    QVERIFY(!put.contains("b2xk"));
 }
 
 QTEST_GUILESS_MAIN(TestStoreOperations)

@@ -1,0 +1,282 @@
+#include "cloud/copywsfiletowsoperation.h"
+
+#include <functional>
+
+#include "cloud/copywsfiletowsatomicoperation.h"
+#include "cloud/getcloudfileacloperation.h"
+#include "cloud/gets3containeracloperation.h"
+#include "cloud/headwsfileoperation.h"
+#include "cloud/puts3acloperation.h"
+#include "cloud/wslistoperation.h"
+#include "items/abstractaccount.h"
+#include "items/abstractcloudfile.h"
+#include "items/abstracts3folder.h"
+#include "items/driver.h"
+#include "operations/overwriteconfirmoperation.h"
+
+CopyWSFileToWSOperation::CopyWSFileToWSOperation(OperationGroup* parent,
+                                                 const QSharedPointer<AbstractCloudFile>& source,
+                                                 const QSharedPointer<AbstractS3Folder>& destination,
+                                                 const QString& name, const AclDirective& aclDirective,
+                                                 bool failIfExists, const MetadataDirective& metadataDirective,
+                                                 const OverwriteMode& overwriteMode,
+                                                 const StorageDirective& storageDirective,
+                                                 const ServerSideEncryption& serverSideEncryption)
+    : OperationGroup(parent), m_source(source), m_destination(destination), m_name(name),
+      m_aclDirective(aclDirective), m_failIfExists(failIfExists), m_metadataDirective(metadataDirective),
+      m_overwriteMode(overwriteMode), m_storageDirective(storageDirective),
+      m_serverSideEncryption(serverSideEncryption)
+{
+}
+
+void CopyWSFileToWSOperation::prepareFirstOperation()
+{
+    nextOp();
+}
+
+BrindleLib::OverwriteMode CopyWSFileToWSOperation::topLevelMode()
+{
+    AbstractOperation* top = topLevelOperation();
+    if (top == this || !top->isGroup())
+        return BrindleLib::OverwriteAlways;
+    return static_cast<OperationGroup*>(top)->overwriteMode();
+}
+
+bool CopyWSFileToWSOperation::needsSourceHead() const
+{
+    return m_overwriteMode.keepMetadata() || m_metadataDirective.directive() == MetadataDirective::MergeDirective
+        || m_serverSideEncryption.mode() == ServerSideEncryption::KeepExisting;
+}
+
+// A synchronisation keeps nothing and always overwrites: no head of the
+// target. failIfExists needs the head too, or it could never see a target.
+bool CopyWSFileToWSOperation::needsDestinationHead()
+{
+    return m_failIfExists || m_overwriteMode.keepsAnything() || !BrindleLib::isOverwrite(topLevelMode());
+}
+
+bool CopyWSFileToWSOperation::needsVersions() const
+{
+    return m_storageDirective.mode() == StorageDirective::KeepMode
+        && m_source->account()->hasFeature(AbstractAccount::StorageClassFeature);
+}
+
+// Each step runs once, in this order; a step that is not needed counts as
+// done. The first one that appends a child waits for it.
+void CopyWSFileToWSOperation::nextOp()
+{
+    const auto appendTagged = [this](AbstractOperation* op, int tag) {
+        op->setTag(tag);
+        append(op);
+        return true;
+    };
+    const std::pair<bool*, std::function<bool()>> steps[] = {
+        {&m_sourceHeadDone,
+         [&] { return needsSourceHead() && appendTagged(new HeadWSFileOperation(this, m_source), SourceHeadTag); }},
+        {&m_destinationHeadDone,
+         [&] {
+             if (!needsDestinationHead())
+                 return false;
+             m_target = Driver::createChildFile(m_destination, m_name);
+             return appendTagged(new HeadWSFileOperation(this, m_target), DestinationHeadTag);
+         }},
+        {&m_destinationAclDone,
+         [&] {
+             return m_overwriteMode.keepAcl() && m_existingFile
+                 && appendTagged(new GetCloudFileAclOperation(this, m_existingFile), DestinationAclTag);
+         }},
+        {&m_versionsDone,
+         [&] {
+             return needsVersions()
+                 && appendTagged(new WSListOperation(this, m_source,
+                                                     m_source->isLatest() ? BrindleLib::ListCurrentVersions
+                                                                          : BrindleLib::ListAllVersions),
+                                 0);
+         }},
+        {&m_sourceAclDone,
+         [&] {
+             return m_aclDirective.directive() == AclDirective::SourceAcl
+                 && appendTagged(new GetCloudFileAclOperation(this, m_source), SourceAclTag);
+         }},
+        {&m_containerAclDone,
+         [&] {
+             return m_aclDirective.directive() == AclDirective::ContainerAcl
+                 && appendTagged(new GetS3ContainerAclOperation(this, m_destination, true), 0);
+         }},
+        {&m_copyStarted,
+         [&] {
+             appendCopy();
+             return true;
+         }},
+    };
+    for (const auto& [done, step] : steps) {
+        if (*done)
+            continue;
+        *done = true;
+        if (step())
+            return;
+    }
+}
+
+void CopyWSFileToWSOperation::appendCopy()
+{
+    append(new CopyWSFileToWSAtomicOperation(this, m_source, m_destination, m_name, m_aclDirective.canned(),
+                                             m_metadataDirective, m_storageDirective, m_serverSideEncryption));
+}
+
+bool CopyWSFileToWSOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    bool goOn = child->error().isNull();
+    switch (child->type()) {
+    case HeadWSFileType: {
+        const auto* head = static_cast<HeadWSFileOperation*>(child);
+        if (goOn)
+            goOn = child->tag() == SourceHeadTag ? takeSourceHead(head) : takeDestinationHead(head);
+        break;
+    }
+    case OverwriteConfirmType:
+        goOn = takeOverwriteAnswer(static_cast<OverwriteConfirmOperation*>(child)->overwriteMode());
+        break;
+    case WSListType:
+        if (goOn)
+            takeVersions(static_cast<WSListOperation*>(child));
+        break;
+    case GetCloudFileAclType:
+        if (goOn)
+            takeAcl(static_cast<GetCloudFileAclOperation*>(child)->acl);
+        break;
+    case GetS3ContainerAclType:
+        if (goOn)
+            takeAcl(static_cast<GetS3ContainerAclOperation*>(child)->acl);
+        break;
+    case CopyWSFileToWSAtomicType:
+        takeCopy(child);
+        goOn = false;
+        break;
+    default:
+        goOn = false;
+        break;
+    }
+    if (goOn)
+        nextOp();
+    return false;
+}
+
+bool CopyWSFileToWSOperation::takeSourceHead(const HeadWSFileOperation* head)
+{
+    if (m_serverSideEncryption.mode() == ServerSideEncryption::KeepExisting)
+        m_serverSideEncryption = head->serverSideEncryption
+            ? ServerSideEncryption(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256)
+            : ServerSideEncryption();
+    if (m_overwriteMode.keepMetadata())
+        m_sourceMetadata = head->metadata;
+    if (m_metadataDirective.directive() == MetadataDirective::MergeDirective) {
+        // An empty value removes the field; any other replaces it.
+        Metadata merged = head->metadata;
+        const Metadata given = m_metadataDirective.metadata();
+        for (int i = 0; i < given.count(); ++i) {
+            if (given.at(i).value().isEmpty())
+                merged.remove(given.at(i).key());
+            else
+                merged.append(given.at(i));
+        }
+        m_metadataDirective = MetadataDirective(MetadataDirective::ReplaceDirective, merged);
+    }
+    return true;
+}
+
+bool CopyWSFileToWSOperation::takeDestinationHead(const HeadWSFileOperation* head)
+{
+    if (!head->file)
+        return true;
+    m_existingFile = head->file;
+    if (m_failIfExists) {
+        m_targetExists = true;
+        setError(OpError(OpError::GeneralError, QString(),
+                         tr("A file named '%1' already exists in '%2'.").arg(m_name, m_destination->displayPath()),
+                         QString()));
+        return false;
+    }
+    const BrindleLib::OverwriteMode mode = topLevelMode();
+    if (mode == BrindleLib::OverwriteAsk) {
+        append(new OverwriteConfirmOperation);
+        return false;
+    }
+    if (BrindleLib::isSkip(mode)) {
+        m_transferSkipped = true;
+        addToTransferProgress(m_source->size());
+        return false;
+    }
+    if (m_overwriteMode.keepMetadata())
+        m_metadataDirective =
+            MetadataDirective(MetadataDirective::ReplaceDirective, keptMetadata(head->metadata));
+    return true;
+}
+
+Metadata CopyWSFileToWSOperation::keptMetadata(const Metadata& target) const
+{
+    Metadata kept = target;
+    kept.remove(Metadata::specialKeys());
+    for (const QByteArray& key : Metadata::specialKeys()) {
+        if (m_sourceMetadata.contains(key))
+            kept.append(m_sourceMetadata.field(key));
+    }
+    return kept;
+}
+
+bool CopyWSFileToWSOperation::takeOverwriteAnswer(BrindleLib::OverwriteMode answer)
+{
+    setOverwriteMode(answer);
+    AbstractOperation* top = topLevelOperation();
+    if (top != this && top->isGroup()
+        && (answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways))
+        static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
+    if (BrindleLib::isOverwrite(answer))
+        return true;
+    m_transferSkipped = true;
+    return false;
+}
+
+void CopyWSFileToWSOperation::takeVersions(const WSListOperation* list)
+{
+    // An older version is found by its id, the current object by its key.
+    for (const QSharedPointer<AbstractFile>& entry : list->files) {
+        const auto file = entry.dynamicCast<AbstractCloudFile>();
+        if (!file || file->path() != m_source->path())
+            continue;
+        if (!m_source->isLatest() && file->versionId() != m_source->versionId())
+            continue;
+        m_storageDirective = StorageDirective(StorageDirective::SetMode, file->storageClass());
+        return;
+    }
+}
+
+void CopyWSFileToWSOperation::takeAcl(const QSharedPointer<AbstractAcl>& acl)
+{
+    m_aclDirective = AclDirective(AclDirective::UseAcl, acl);
+}
+
+// An ACL with a canned name went in the copy's head; any other needs a
+// request of its own on the new object.
+void CopyWSFileToWSOperation::takeCopy(AbstractOperation* child)
+{
+    auto* copy = static_cast<CopyWSFileToWSAtomicOperation*>(child);
+    if (!child->error().isNull() || copy->httpResponseHeader().statusCode() != 200)
+        return;
+    const QSharedPointer<AbstractCloudFile> file = copy->file();
+    {
+        FastMutexLocker locker(m_resultMutex);
+        m_copiedFile = file;
+    }
+    const QSharedPointer<AbstractAcl> acl = m_aclDirective.acl();
+    if (m_aclDirective.directive() == AclDirective::UseAcl && acl && acl->canned() == AbstractAcl::NotCanned)
+        append(new PutS3AclOperation(this, file, acl));
+}
+
+QSharedPointer<AbstractCloudFile> CopyWSFileToWSOperation::copiedFile() const
+{
+    FastMutexLocker locker(m_resultMutex);
+    return m_copiedFile;
+}
