@@ -15,16 +15,6 @@ namespace {
 // The shell copy of whole containers, whose listing already holds the MD5.
 const int global_shellCopyContainerType = 59;
 const int global_destinationMd5Tag = 2;
-
-bool overwrites(BrindleLib::OverwriteMode mode)
-{
-    return mode == BrindleLib::OverwriteOnce || mode == BrindleLib::OverwriteAlways;
-}
-
-bool skips(BrindleLib::OverwriteMode mode)
-{
-    return mode == BrindleLib::SkipOnce || mode == BrindleLib::SkipAlways;
-}
 } // namespace
 
 CopyWSFileToLocalOperation::CopyWSFileToLocalOperation(OperationGroup* parent,
@@ -57,9 +47,9 @@ void CopyWSFileToLocalOperation::prepareFirstOperation()
     m_existingLocalFile.reset(new LocalFile(m_destinationFolder, m_source->name()));
     const BrindleLib::OverwriteMode mode = topLevelOperationOverwriteMode();
     // A synchronisation overwrites always: this is its path.
-    if (overwrites(mode))
+    if (BrindleLib::isOverwrite(mode))
         appendDownload();
-    else if (!m_compareExisting || skips(mode))
+    else if (!m_compareExisting || BrindleLib::isSkip(mode))
         appendConfirm();
     else if (parent() && parent()->type() == global_shellCopyContainerType) {
         m_sourceMd5 = m_source->md5sum();
@@ -99,7 +89,7 @@ void CopyWSFileToLocalOperation::takeHeadResult(const QSharedPointer<AbstractClo
     }
     m_sourceMd5 = file->md5sum();
     const BrindleLib::OverwriteMode mode = topLevelOperationOverwriteMode();
-    if (!m_compareExisting || !m_existingLocalFile || skips(mode))
+    if (!m_compareExisting || !m_existingLocalFile || BrindleLib::isSkip(mode))
         appendDownload();
     else
         appendDestinationMd5();
@@ -107,7 +97,7 @@ void CopyWSFileToLocalOperation::takeHeadResult(const QSharedPointer<AbstractClo
 
 void CopyWSFileToLocalOperation::downloadOrConfirm()
 {
-    if (overwrites(topLevelOperationOverwriteMode()))
+    if (BrindleLib::isOverwrite(topLevelOperationOverwriteMode()))
         appendDownload();
     else
         appendConfirm();
@@ -131,7 +121,7 @@ bool CopyWSFileToLocalOperation::prepareNextOperation(AbstractOperation* child)
     case OverwriteConfirmType: {
         const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
         setOverwriteMode(answer);
-        if (overwrites(answer)) {
+        if (BrindleLib::isOverwrite(answer)) {
             appendDownload();
         } else {
             m_transferSkipped = true;

@@ -6,18 +6,6 @@
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
 
-namespace {
-bool overwrites(BrindleLib::OverwriteMode mode)
-{
-    return mode == BrindleLib::OverwriteOnce || mode == BrindleLib::OverwriteAlways;
-}
-
-bool skips(BrindleLib::OverwriteMode mode)
-{
-    return mode == BrindleLib::SkipOnce || mode == BrindleLib::SkipAlways;
-}
-} // namespace
-
 CopyLocalFileToLocalOperation::CopyLocalFileToLocalOperation(
     OperationGroup* parent, const QSharedPointer<LocalFile>& source,
     const QSharedPointer<AbstractLocalContainer>& destination, const QString& fileName, bool deleteSource,
@@ -67,9 +55,9 @@ void CopyLocalFileToLocalOperation::prepareFirstOperation()
 // Skip or overwrite by a mode that is already known.
 void CopyLocalFileToLocalOperation::decide(BrindleLib::OverwriteMode mode)
 {
-    if (skips(mode))
+    if (BrindleLib::isSkip(mode))
         m_transferSkipped = true;
-    else if (overwrites(mode))
+    else if (BrindleLib::isOverwrite(mode))
         copyFile();
 }
 
@@ -81,7 +69,7 @@ void CopyLocalFileToLocalOperation::copyFile()
 void CopyLocalFileToLocalOperation::confirm()
 {
     const BrindleLib::OverwriteMode mode = overwriteMode();
-    if (overwrites(mode)) {
+    if (BrindleLib::isOverwrite(mode)) {
         copyFile();
     } else if (mode == BrindleLib::OverwriteAsk) {
         m_existingFile->refreshSize();
@@ -97,7 +85,7 @@ bool CopyLocalFileToLocalOperation::prepareNextOperation(AbstractOperation* chil
     case OverwriteConfirmType: {
         const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
         setOverwriteMode(answer);
-        if (overwrites(answer))
+        if (BrindleLib::isOverwrite(answer))
             copyFile();
         else
             m_transferSkipped = true;
