@@ -78,8 +78,6 @@ private:
     QByteArray m_iv;
     bool m_deviceOpened = false;
     bool m_gzipInitialized = false;
-    // Whether the first decrypted bytes have been looked at for a gzip frame.
-    bool m_decryptedSniffed = false;
     QCryptographicHash* m_md5Hash = nullptr;
     const bool m_computeMd5;
     QByteArray m_md5;

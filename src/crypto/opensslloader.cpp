@@ -1,5 +1,7 @@
 #include "crypto/opensslloader.h"
 
+#include "crypto/openssl.h"
+
 #include <link.h>
 
 #include <QDir>
@@ -33,6 +35,19 @@ QHash<QByteArray, void*>& global_symbols()
 {
     static QHash<QByteArray, void*> symbols;
     return symbols;
+}
+
+bool global_legacyProvider = false;
+
+// Loading any provider by name stops OpenSSL from loading the default one by
+// itself, so both are named. Blowfish needs "legacy"; Triple DES and AES
+// are in "default".
+void loadProviders()
+{
+    using LoadFunction = void* (*)(void*, const char*);
+    const auto load = reinterpret_cast<LoadFunction>(OpenSslLoader::symbol("OSSL_PROVIDER_load"));
+    global_legacyProvider = load(nullptr, "legacy") != nullptr;
+    load(nullptr, "default");
 }
 
 int dlIterateCallback(struct dl_phdr_info* info, size_t size, void* data)
@@ -158,6 +173,11 @@ QPair<QLibrary*, QLibrary*> OpenSslLoader::loadOpenSsl()
     return {nullptr, nullptr};
 }
 
+bool OpenSslLoader::hasLegacyProvider()
+{
+    return global_legacyProvider;
+}
+
 void* OpenSslLoader::symbol(const char* name)
 {
     return global_symbols().value(QByteArray(name));
@@ -183,5 +203,7 @@ QPair<bool, QString> initializeOpenSSL()
             return {false, QStringLiteral("OpenSSL error : cannot resolve symbol ") + QLatin1String(name)};
         global_symbols().insert(QByteArray(name), reinterpret_cast<void*>(address));
     }
+    loadProviders();
+    StreamDecryptor::setFactory([] { return QSharedPointer<StreamDecryptor>(new OpenSsl); });
     return {true, QString()};
 }
