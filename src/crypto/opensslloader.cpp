@@ -28,7 +28,7 @@ const char* const global_symbolNames[] = {
     "EVP_aes_256_cfb1", "EVP_aes_256_cfb8", "EVP_aes_256_ecb", "EVP_aes_256_ofb",
     "EVP_CIPHER_CTX_free", "EVP_BytesToKey", "EVP_sha1", "RAND_bytes",
     "EVP_CIPHER_CTX_reset", "EVP_CIPHER_get_key_length", "EVP_CIPHER_get_iv_length",
-    "EVP_CIPHER_get_block_size", "OSSL_PROVIDER_load",
+    "EVP_CIPHER_get_block_size", "OSSL_PROVIDER_load", "OSSL_PROVIDER_unload",
 };
 
 QHash<QByteArray, void*>& global_symbols()
@@ -37,17 +37,44 @@ QHash<QByteArray, void*>& global_symbols()
     return symbols;
 }
 
-bool global_legacyProvider = false;
-
-// Loading any provider by name stops OpenSSL from loading the default one by
-// itself, so both are named. Blowfish needs "legacy"; Triple DES and AES
-// are in "default".
-void loadProviders()
+// The providers stay loaded until exit. Made after the library's own
+// initialisation, the holder is destroyed before the library's exit handler
+// runs, so that the handler finds the providers unused and frees them all.
+class Providers
 {
-    using LoadFunction = void* (*)(void*, const char*);
-    const auto load = reinterpret_cast<LoadFunction>(OpenSslLoader::symbol("OSSL_PROVIDER_load"));
-    global_legacyProvider = load(nullptr, "legacy") != nullptr;
-    load(nullptr, "default");
+public:
+    // Loading any provider by name stops OpenSSL from loading the default
+    // one by itself, so both are named. Blowfish needs "legacy"; Triple DES
+    // and AES are in "default".
+    Providers()
+    {
+        using LoadFunction = void* (*)(void*, const char*);
+        const auto load = reinterpret_cast<LoadFunction>(OpenSslLoader::symbol("OSSL_PROVIDER_load"));
+        m_unload = reinterpret_cast<int (*)(void*)>(OpenSslLoader::symbol("OSSL_PROVIDER_unload"));
+        m_legacy = load(nullptr, "legacy");
+        m_default = load(nullptr, "default");
+    }
+    ~Providers()
+    {
+        for (void* provider : {m_legacy, m_default})
+            if (provider)
+                m_unload(provider);
+    }
+    Providers(const Providers&) = delete;
+    Providers& operator=(const Providers&) = delete;
+
+    bool hasLegacy() const { return m_legacy != nullptr; }
+
+private:
+    int (*m_unload)(void*) = nullptr;
+    void* m_legacy = nullptr;
+    void* m_default = nullptr;
+};
+
+const Providers& loadProviders()
+{
+    static const Providers providers;
+    return providers;
 }
 
 int dlIterateCallback(struct dl_phdr_info* info, size_t size, void* data)
@@ -175,7 +202,8 @@ QPair<QLibrary*, QLibrary*> OpenSslLoader::loadOpenSsl()
 
 bool OpenSslLoader::hasLegacyProvider()
 {
-    return global_legacyProvider;
+    // Only asked once the library is loaded, which loads the providers.
+    return OpenSslLoader::symbol("OSSL_PROVIDER_load") && loadProviders().hasLegacy();
 }
 
 void* OpenSslLoader::symbol(const char* name)

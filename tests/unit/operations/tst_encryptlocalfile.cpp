@@ -6,6 +6,7 @@
 
 #include "crypto/opensslloader.h"
 #include "items/localfile.h"
+#include "items/localfolder.h"
 #include "operations/encryptlocalfileatomicoperation.h"
 #include "operations/localoperationrunner.h"
 #include "temptree.h"
