@@ -1,5 +1,7 @@
 #include "crypto/openssl.h"
 
+#include <QMutex>
+
 #include "crypto/opensslloader.h"
 
 namespace {
@@ -51,6 +53,11 @@ unsigned char* bytes(char* data)
 {
     return reinterpret_cast<unsigned char*>(data);
 }
+
+// The init fetches the cipher's implementation from its provider, and
+// OpenSSL 3.0 can lose one when two threads fetch the same cipher for the
+// first time at once. One init at a time costs nothing per file.
+QMutex global_initMutex;
 
 const QString global_encryptInitFailed = QStringLiteral("OpenSSL : EVP_EncryptInit_ex failed");
 const QString global_decryptInitFailed = QStringLiteral("OpenSSL : EVP_DecryptInit_ex failed");
@@ -111,8 +118,10 @@ bool OpenSsl::prepare(ClientSideEncryption::Algorithm algorithm, const QString& 
 bool OpenSsl::startCipher(bool encrypt, const QString& failure)
 {
     const auto start = resolved<CipherInitFunction>(encrypt ? "EVP_EncryptInit_ex" : "EVP_DecryptInit_ex");
+    QMutexLocker locker(&global_initMutex);
     if (start(m_context, m_cipher, nullptr, bytes(m_key), bytes(m_iv)) == 1)
         return true;
+    locker.unlock();
     cleanUp();
     return fail(failure);
 }

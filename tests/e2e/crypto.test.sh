@@ -13,7 +13,9 @@ CIPHERS=(bf-cbc bf-cfb bf-ofb des-ede3-cbc des-ede3-cfb des-ede3-ofb
          aes-128-cbc aes-192-cbc aes-256-cbc aes-128-cfb aes-192-cfb aes-256-cfb
          aes-128-cfb1 aes-192-cfb1 aes-256-cfb1 aes-128-cfb8 aes-192-cfb8 aes-256-cfb8
          aes-128-ofb aes-192-ofb aes-256-ofb)
-VARIANTS=(salt nosalt salt-z nosalt-z)
+# "_" joins the parts: a folder name that another one extends by a character below "/" trips the
+# sync engine's folder order (a known fault of its own, not of the encryption)
+VARIANTS=(salt nosalt salt_z nosalt_z)
 FILES=$E2E_WORK/files          # the small files every combination stores
 EXPECTED=$E2E_WORK/expected    # the whole bucket as it should come back
 RAW=$E2E_WORK/raw              # the stored objects, as s3cmd fetches them
@@ -58,8 +60,8 @@ decode_raw() {
 
 # check_raw NAME CIPHER VARIANT : each object of the prefix opens with openssl (and gunzip)
 check_raw() {
-  local name=$1 cipher=$2 variant=$3 salt=${3%-z} gz='' f bad=()
-  [[ $variant == *-z ]] && gz=z
+  local name=$1 cipher=$2 variant=$3 salt=${3%_z} gz='' f bad=()
+  [[ $variant == *_z ]] && gz=z
   for f in "$FILES"/*; do
     f=${f##*/}
     local raw=$RAW/$name/$f
@@ -68,9 +70,9 @@ check_raw() {
       continue
     fi
     if [[ $salt == salt ]]; then
-      [[ $(head -c 8 "$raw") == Salted__ ]] || bad+=("$f: no Salted__ header")
+      [[ $(head -c 8 "$raw" | tr -d '\0') == Salted__ ]] || bad+=("$f: no Salted__ header")
     else
-      [[ $(head -c 8 "$raw") != Salted__ ]] || bad+=("$f: a Salted__ header with --nosalt")
+      [[ $(head -c 8 "$raw" | tr -d '\0') != Salted__ ]] || bad+=("$f: a Salted__ header with --nosalt")
     fi
     cmp -s "$FILES/$f" <(decode_raw "$cipher" "$salt" "$gz" "$raw") || bad+=("$f: openssl gives other bytes")
   done
@@ -89,11 +91,11 @@ run_on() {
     for variant in "${VARIANTS[@]}"; do
       args=(-e "$cipher")
       [[ $variant == nosalt* ]] && args+=(--nosalt)
-      [[ $variant == *-z ]] && args+=(-z)
-      upload "$cipher-$variant" "${args[@]}"
+      [[ $variant == *_z ]] && args+=(-z)
+      upload "${cipher}_$variant" "${args[@]}"
     done
   done
-  upload gzip-only -z
+  upload gzip_only -z
   # 4 MiB is encoded in memory, one byte more in a temporary file
   mkdir -p "$E2E_WORK/stage/big/big" "$EXPECTED/big"
   head -c 4194304 /dev/urandom >"$E2E_WORK/stage/big/big/four-mib.bin"
@@ -103,11 +105,11 @@ run_on() {
 
   s3_s3cmd --path sync "s3://$BUCKET/" "$RAW/" >/dev/null 2>&1
   for cipher in "${CIPHERS[@]}"; do
-    for variant in "${VARIANTS[@]}"; do check_raw "$cipher-$variant" "$cipher" "$variant"; done
+    for variant in "${VARIANTS[@]}"; do check_raw "${cipher}_$variant" "$cipher" "$variant"; done
   done
   local f bad=()
   for f in text.txt random.bin already.gz; do
-    cmp -s "$FILES/$f" <(gunzip -c "$RAW/gzip-only/$f") || bad+=("$f")
+    cmp -s "$FILES/$f" <(gunzip -c "$RAW/gzip_only/$f") || bad+=("$f")
   done
   e2e_expect_eq "gzip-only objects gunzip to the files" "" "${bad[*]:-}"
   e2e_check "4 MiB + 1 object opens with openssl" cmp -s "$EXPECTED/big/four-mib-and-one.bin" \
@@ -123,7 +125,7 @@ run_on() {
   # wrong passwords only: an error, and nothing written
   local refused=$E2E_WORK/refused
   mkdir -p "$refused"
-  download --decryption-password wrong --decryption-password "$PW-" "s3://$BUCKET/aes-256-cbc-salt/" "$refused/"
+  download --decryption-password wrong --decryption-password "$PW-" "s3://$BUCKET/aes-256-cbc_salt/" "$refused/"
   e2e_expect_eq "only wrong passwords: exit code" 1 "$E2E_STATUS"
   e2e_check "only wrong passwords: the message" grep -q "No valid password was found" "$E2E_OUTPUT"
   e2e_expect_eq "only wrong passwords: nothing written but the empty file" "empty" \
@@ -131,14 +133,14 @@ run_on() {
 
   # plain size and MD5 come from the metadata: an unchanged tree sends nothing
   s3_log_mark
-  upload aes-256-cbc-salt-z -e aes-256-cbc -z
-  upload bf-ofb-nosalt -e bf-ofb --nosalt
+  upload aes-256-cbc_salt_z -e aes-256-cbc -z
+  upload bf-ofb_nosalt -e bf-ofb --nosalt
   upload big -z -e aes-256-cbc
   e2e_expect_eq "unchanged encrypted trees: no PUT" 0 "$(object_puts)"
   # a changed file is sent again, encrypted anew
-  echo "changed" >>"$E2E_WORK/stage/aes-256-cbc-salt-z/aes-256-cbc-salt-z/text.txt"
+  echo "changed" >>"$E2E_WORK/stage/aes-256-cbc_salt_z/aes-256-cbc_salt_z/text.txt"
   s3_log_mark
-  upload aes-256-cbc-salt-z -e aes-256-cbc -z
+  upload aes-256-cbc_salt_z -e aes-256-cbc -z
   e2e_expect_eq "one changed file: one PUT" 1 "$(object_puts)"
 
   e2e_server_stop
