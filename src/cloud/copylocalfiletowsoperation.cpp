@@ -10,6 +10,7 @@
 #include "items/abstracts3folder.h"
 #include "items/driver.h"
 #include "items/localfile.h"
+#include "operations/encryptlocalfileatomicoperation.h"
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
 
@@ -143,20 +144,20 @@ void CopyLocalFileToWSOperation::appendComputeMd5AfterOp()
     appendMd5(m_uploadDevice, ContentMd5Tag);
 }
 
-// The gzip and cipher pass is the client-side encryption pipeline's; until
-// it is part of the build, an upload that asks for it fails openly instead
-// of storing the plain file under a name that promises otherwise.
 void CopyLocalFileToWSOperation::appendEncryptOp()
 {
-    setError(OpError(OpError::EncryptionError, QString(),
-                     tr("Compression and encryption of uploads are not available in this build."), QString()));
+    append(new EncryptLocalFileAtomicOperation(this, m_source, m_clientSideEncryption));
 }
 
 void CopyLocalFileToWSOperation::takeEncodedForm(const QSharedPointer<QIODevice>& device, qint64 encodedSize,
                                                  const QByteArray& iv)
 {
-    m_uploadDevice = device;
-    countUploadSize(encodedSize);
+    // Without a device (the file was emptied meanwhile) the plain file goes,
+    // measured when the upload is appended.
+    if (device) {
+        m_uploadDevice = device;
+        countUploadSize(encodedSize);
+    }
     const QSharedPointer<AbstractAccount> account = m_destinationFolder->account();
     if (m_clientSideEncryption.isEncryptionEnabled()) {
         m_metadata.append(HttpField(account->xMetaBrindleboxEncryption(),
@@ -222,6 +223,15 @@ bool CopyLocalFileToWSOperation::prepareNextOperation(AbstractOperation* child)
     case LocalMd5AtomicType:
         takeMd5(child);
         break;
+    case EncryptLocalFileAtomicType: {
+        if (!child->error().isNull())
+            break;
+        auto* encrypt = static_cast<EncryptLocalFileAtomicOperation*>(child);
+        const QSharedPointer<QIODevice> device = encrypt->device;
+        encrypt->device.reset();
+        takeEncodedForm(device, encrypt->encodedSize, encrypt->iv());
+        break;
+    }
     case UploadType: {
         if (!child->error().isNull())
             break;

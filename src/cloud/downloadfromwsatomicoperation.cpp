@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "cloud/streamdecryptor.h"
+#include "crypto/zliberrorstring.h"
 #include "items/abstractaccount.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstractlocalcontainer.h"
@@ -17,21 +18,6 @@ const QByteArray global_saltedPrefix = "Salted__";
 const int global_cipherHeaderSize = 16;
 const int global_gzipMagicSize = 3;
 
-QString zLibErrorString(int code)
-{
-    switch (code) {
-    case Z_STREAM_ERROR:
-        return QStringLiteral("invalid compression level");
-    case Z_DATA_ERROR:
-        return QStringLiteral("invalid or incomplete deflate data");
-    case Z_MEM_ERROR:
-        return QStringLiteral("out of memory");
-    case Z_VERSION_ERROR:
-        return QStringLiteral("zlib version mismatch");
-    default:
-        return QStringLiteral("Unknown error");
-    }
-}
 } // namespace
 
 DownloadFromWSAtomicOperation::DownloadFromWSAtomicOperation(
@@ -206,18 +192,15 @@ bool DownloadFromWSAtomicOperation::process(const QByteArray& data)
     return processPlain(out.constData(), length);
 }
 
-// Bytes after decryption: inflated if they are a gzip stream, then written.
+// Bytes after decryption: inflated if compressed, then written.
 bool DownloadFromWSAtomicOperation::processPlain(const char* data, qint64 size)
 {
     if (size <= 0)
         return true;
-    if (m_clientSideEncryption.isEncryptionEnabled() && !m_decryptedSniffed) {
-        m_decryptedSniffed = true;
-        if (data[0] == global_gzipMagic[0])
-            m_clientSideEncryption.setCompressionEnabled(true);
-        if (m_clientSideEncryption.isCompressionEnabled() && !initializeGzip())
-            return false;
-    }
+    // Behind a cipher the metadata alone says whether the plain bytes are
+    // gzip: a file that happens to begin like one is stored as it is.
+    if (m_clientSideEncryption.isCompressionEnabled() && !m_gzipInitialized && !initializeGzip())
+        return false;
     if (m_gzipInitialized)
         return inflateAndWrite(data, size);
     return writeOut(data, size);

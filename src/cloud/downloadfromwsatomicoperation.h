@@ -83,8 +83,6 @@ private:
     // Body bytes as they came off the wire, before decryption or inflation.
     qint64 m_bodyBytes = 0;
     bool m_gzipInitialized = false;
-    // Whether the first decrypted bytes have been looked at for a gzip frame.
-    bool m_decryptedSniffed = false;
     QCryptographicHash* m_md5Hash = nullptr;
     const bool m_computeMd5;
     QByteArray m_md5;

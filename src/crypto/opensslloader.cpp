@@ -1,5 +1,7 @@
 #include "crypto/opensslloader.h"
 
+#include "crypto/openssl.h"
+
 #include <link.h>
 
 #include <QDir>
@@ -26,13 +28,53 @@ const char* const global_symbolNames[] = {
     "EVP_aes_256_cfb1", "EVP_aes_256_cfb8", "EVP_aes_256_ecb", "EVP_aes_256_ofb",
     "EVP_CIPHER_CTX_free", "EVP_BytesToKey", "EVP_sha1", "RAND_bytes",
     "EVP_CIPHER_CTX_reset", "EVP_CIPHER_get_key_length", "EVP_CIPHER_get_iv_length",
-    "EVP_CIPHER_get_block_size", "OSSL_PROVIDER_load",
+    "EVP_CIPHER_get_block_size", "OSSL_PROVIDER_load", "OSSL_PROVIDER_unload",
 };
 
 QHash<QByteArray, void*>& global_symbols()
 {
     static QHash<QByteArray, void*> symbols;
     return symbols;
+}
+
+// The providers stay loaded until exit. Made after the library's own
+// initialisation, the holder is destroyed before the library's exit handler
+// runs, so that the handler finds the providers unused and frees them all.
+class Providers
+{
+public:
+    // Loading any provider by name stops OpenSSL from loading the default
+    // one by itself, so both are named. Blowfish needs "legacy"; Triple DES
+    // and AES are in "default".
+    Providers()
+    {
+        using LoadFunction = void* (*)(void*, const char*);
+        const auto load = reinterpret_cast<LoadFunction>(OpenSslLoader::symbol("OSSL_PROVIDER_load"));
+        m_unload = reinterpret_cast<int (*)(void*)>(OpenSslLoader::symbol("OSSL_PROVIDER_unload"));
+        m_legacy = load(nullptr, "legacy");
+        m_default = load(nullptr, "default");
+    }
+    ~Providers()
+    {
+        for (void* provider : {m_legacy, m_default})
+            if (provider)
+                m_unload(provider);
+    }
+    Providers(const Providers&) = delete;
+    Providers& operator=(const Providers&) = delete;
+
+    bool hasLegacy() const { return m_legacy != nullptr; }
+
+private:
+    int (*m_unload)(void*) = nullptr;
+    void* m_legacy = nullptr;
+    void* m_default = nullptr;
+};
+
+const Providers& loadProviders()
+{
+    static const Providers providers;
+    return providers;
 }
 
 int dlIterateCallback(struct dl_phdr_info* info, size_t size, void* data)
@@ -158,6 +200,12 @@ QPair<QLibrary*, QLibrary*> OpenSslLoader::loadOpenSsl()
     return {nullptr, nullptr};
 }
 
+bool OpenSslLoader::hasLegacyProvider()
+{
+    // Only asked once the library is loaded, which loads the providers.
+    return OpenSslLoader::symbol("OSSL_PROVIDER_load") && loadProviders().hasLegacy();
+}
+
 void* OpenSslLoader::symbol(const char* name)
 {
     return global_symbols().value(QByteArray(name));
@@ -183,5 +231,7 @@ QPair<bool, QString> initializeOpenSSL()
             return {false, QStringLiteral("OpenSSL error : cannot resolve symbol ") + QLatin1String(name)};
         global_symbols().insert(QByteArray(name), reinterpret_cast<void*>(address));
     }
+    loadProviders();
+    StreamDecryptor::setFactory([] { return QSharedPointer<StreamDecryptor>(new OpenSsl); });
     return {true, QString()};
 }

@@ -24,9 +24,14 @@ QPair<QLibrary*, QLibrary*> loadOpenSsl();
 // The address of a resolved function, null before initializeOpenSSL succeeded.
 void* symbol(const char* name);
 
+// Whether OpenSSL 3's "legacy" provider, home of the Blowfish ciphers, could
+// be loaded at start. A system without it runs, but without Blowfish.
+bool hasLegacyProvider();
+
 } // namespace OpenSslLoader
 
-// Loads the library and resolves every function; on failure the message says why.
+// Loads the library, resolves every function and loads the cipher providers;
+// on failure the message says why. Downloads decrypt from then on.
 QPair<bool, QString> initializeOpenSSL();
 
 #endif

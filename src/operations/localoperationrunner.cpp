@@ -4,10 +4,14 @@
 
 #include <mntent.h>
 
+#include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
+
+#include "crypto/fileencoder.h"
 
 #include "items/drive.h"
 #include "items/localfile.h"
@@ -16,6 +20,7 @@
 #include "operations/createlocalfolderatomicoperation.h"
 #include "operations/deletelocalemptyfolderatomicoperation.h"
 #include "operations/deletelocalfileatomicoperation.h"
+#include "operations/encryptlocalfileatomicoperation.h"
 #include "operations/localcontainerexistsatomicoperation.h"
 #include "operations/localdrivelistatomicoperation.h"
 #include "operations/localfolderlistatomicoperation.h"
@@ -54,6 +59,9 @@ void LocalOperationRunner::run()
         break;
     case AbstractOperation::LocalMd5AtomicType:
         compteMd5CheckSum(static_cast<LocalMd5AtomicOperation*>(m_op));
+        break;
+    case AbstractOperation::EncryptLocalFileAtomicType:
+        encryptLocalFile(static_cast<EncryptLocalFileAtomicOperation*>(m_op));
         break;
     default:
         break;
@@ -245,4 +253,64 @@ void LocalOperationRunner::compteMd5CheckSum(LocalMd5AtomicOperation* op)
     op->md5 = hash.result();
     log(QStringLiteral("\nMD5 = \"%1\" (\"%2\")")
             .arg(QString::fromLatin1(op->md5.toHex()), QString::fromLatin1(op->md5.toBase64())));
+}
+
+void LocalOperationRunner::encryptLocalFile(EncryptLocalFileAtomicOperation* op)
+{
+    op->file->refreshSize();
+    const qint64 size = op->file->size();
+    // An empty file goes as it is: no gzip frame, no cipher header.
+    if (size == 0)
+        return;
+    QFile input(op->file->path());
+    QSharedPointer<QIODevice> output;
+    if (size <= EncryptLocalFileAtomicOperation::_maxInMemorySize) {
+        output = QSharedPointer<QBuffer>::create();
+    } else {
+        const auto temporary = QSharedPointer<QTemporaryFile>::create();
+        // Removed with the upload's last reference to it.
+        temporary->setAutoRemove(true);
+        output = temporary;
+    }
+    const QString path = op->file->displayPath();
+    const auto fail = [&](const OpError& error) {
+        OpError reported = error;
+        if (error.type() == OpError::FileError)
+            reported = OpError(OpError::FileError, QString(),
+                               QStringLiteral("Operation: %1\nPath: %2\n%3").arg(op->name(), path, error.message()),
+                               QString());
+        op->setError(reported);
+        log(QStringLiteral("Error : ") + reported.toString(false));
+    };
+    if (!input.open(QIODevice::ReadOnly) || !output->open(QIODevice::WriteOnly)) {
+        const QIODevice* failed = input.isOpen() ? output.data() : &input;
+        fail(OpError(OpError::FileError, QString(), failed->errorString(), QString()));
+        return;
+    }
+    logEncodingSettings(op);
+    FileEncoder encoder(op->clientSideEncryption);
+    const bool encoded = encoder.encode(&input, output.data());
+    input.close();
+    output->close();
+    if (!encoded) {
+        fail(encoder.error());
+        return;
+    }
+    op->setIV(encoder.iv());
+    op->encodedSize = output->size();
+    op->device = output;
+}
+
+void LocalOperationRunner::logEncodingSettings(const EncryptLocalFileAtomicOperation* op)
+{
+    const ClientSideEncryption& settings = op->clientSideEncryption;
+    if (settings.isCompressionEnabled()) {
+        log(QByteArray("Compression: gzip"));
+        log("Compression level: "
+            + (settings.compressionLevel() != 0 ? QByteArray::number(settings.compressionLevel()) : "Default"));
+    }
+    if (settings.isEncryptionEnabled()) {
+        log("Encryption: " + ClientSideEncryption::description(settings.algorithm()));
+        log("Use random salt: " + QByteArray(settings.isSalted() ? "true" : "false"));
+    }
 }

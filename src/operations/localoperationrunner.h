@@ -14,6 +14,7 @@ class CopyLocalFileToLocalAtomicOperation;
 class CreateLocalFolderAtomicOperation;
 class DeleteLocalEmptyFolderAtomicOperation;
 class DeleteLocalFileAtomicOperation;
+class EncryptLocalFileAtomicOperation;
 class LocalContainerExistsAtomicOperation;
 class LocalDriveListAtomicOperation;
 class LocalFolderListAtomicOperation;
@@ -47,8 +48,8 @@ private:
                          const QSharedPointer<AbstractLocalContainer>& folder);
     void folderExists(LocalContainerExistsAtomicOperation* op);
     void compteMd5CheckSum(LocalMd5AtomicOperation* op);
-
-    // The separator of local paths.
+    void encryptLocalFile(EncryptLocalFileAtomicOperation* op);
+    void logEncodingSettings(const EncryptLocalFileAtomicOperation* op);
 
     AbstractLocalOperation* m_op;
     bool m_logEnabled;

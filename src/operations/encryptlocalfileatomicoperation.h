@@ -1,0 +1,44 @@
+#ifndef ENCRYPTLOCALFILEATOMICOPERATION_H
+#define ENCRYPTLOCALFILEATOMICOPERATION_H
+
+#include <QByteArray>
+#include <QIODevice>
+#include <QSharedPointer>
+
+#include "crypto/clientsideencryption.h"
+#include "items/localfile.h"
+#include "operations/abstractlocaloperation.h"
+
+// Builds the form of a file that goes to the store: a gzip stream, the
+// output of `openssl enc`, or both, in memory for small files and in a
+// temporary file above that.
+class EncryptLocalFileAtomicOperation : public AbstractLocalOperation
+{
+    Q_DECLARE_TR_FUNCTIONS(EncryptLocalFileAtomicOperation)
+
+public:
+    // Files up to this size are encoded in memory.
+    static const qint64 _maxInMemorySize = 0x400000;
+
+    EncryptLocalFileAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& file,
+                                    const ClientSideEncryption& clientSideEncryption);
+
+    int type() const override { return EncryptLocalFileAtomicType; }
+    QString name() const override;
+    EncryptLocalFileAtomicOperation* clone(OperationGroup* parent) const override;
+
+    QByteArray iv() const { return m_iv; }
+    void setIV(const QByteArray& iv) { m_iv = iv; }
+
+    const ClientSideEncryption clientSideEncryption;
+    const QSharedPointer<LocalFile> file;
+    // Results: the encoded form, closed, and its size. No device for an
+    // empty file, which is sent as it is.
+    QSharedPointer<QIODevice> device;
+    qint64 encodedSize = 0;
+
+private:
+    QByteArray m_iv;
+};
+
+#endif

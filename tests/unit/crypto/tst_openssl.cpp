@@ -1,0 +1,168 @@
+#include <QProcess>
+#include <QRegularExpression>
+#include <QtTest>
+
+#include "crypto/openssl.h"
+#include "crypto/opensslloader.h"
+
+// The cipher context against the openssl command: key and vector derived
+// the way `openssl enc -md sha1` derives them, and the choice of a
+// decryption password by the vector.
+class TestOpenSsl : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void keyDerivation_data();
+    void keyDerivation();
+    void passwordChoice_data();
+    void passwordChoice();
+    void noVectorNeedsCompatibilityPassword();
+};
+
+namespace {
+
+const char* const global_options[] = {
+    "bf-cbc", "bf-cfb", "bf-ofb", "des-ede3-cbc", "des-ede3-cfb", "des-ede3-ofb",
+    "aes-128-cbc", "aes-192-cbc", "aes-256-cbc", "aes-128-cfb", "aes-192-cfb", "aes-256-cfb",
+    "aes-128-cfb1", "aes-192-cfb1", "aes-256-cfb1", "aes-128-cfb8", "aes-192-cfb8",
+    "aes-256-cfb8", "aes-128-ofb", "aes-192-ofb", "aes-256-ofb"};
+
+// Key and vector as `openssl enc -P` prints them, in upper-case hex.
+QPair<QByteArray, QByteArray> opensslKeyAndIv(const QString& option, const QString& password, const QByteArray& salt)
+{
+    QStringList args;
+    if (option.startsWith(QLatin1String("bf-")))
+        args << "-provider" << "legacy" << "-provider" << "default";
+    args << "-" + option << "-md" << "sha1" << "-pass" << "pass:" + password << "-P";
+    if (salt.isEmpty())
+        args << "-nosalt";
+    else
+        args << "-S" << QString::fromLatin1(salt.toHex());
+    QProcess openssl;
+    openssl.start(QStringLiteral("openssl"), QStringList{"enc"} + args);
+    openssl.closeWriteChannel();
+    if (!openssl.waitForFinished(10000) || openssl.exitCode() != 0)
+        return {};
+    const QString out = QString::fromLatin1(openssl.readAllStandardOutput());
+    const auto value = [&](const char* name) {
+        const QRegularExpression line(QStringLiteral("^%1\\s*=\\s*([0-9A-F]+)$").arg(QLatin1String(name)),
+                                      QRegularExpression::MultilineOption);
+        return line.match(out).captured(1).toLatin1();
+    };
+    return {value("key"), value("iv")};
+}
+
+ClientSideEncryption::Algorithm algorithmOf(const QString& option)
+{
+    return ClientSideEncryption::algorithmFromString(option, nullptr);
+}
+
+DecryptionPasswords passwordList(const QStringList& texts)
+{
+    DecryptionPasswords passwords;
+    for (const QString& text : texts)
+        passwords.append(Password::fromString(text));
+    return passwords;
+}
+
+QByteArray run(OpenSsl& cipher, const QByteArray& in, bool encrypt)
+{
+    QByteArray out(in.size() + 2 * cipher.cipherBlockSize(), '\0');
+    int length = 0;
+    int last = 0;
+    const bool updated = encrypt ? cipher.encryptUpdate(out.data(), &length, in.constData(), int(in.size()))
+                                 : cipher.decryptUpdate(out.data(), &length, in);
+    const bool finished = updated
+        && (encrypt ? cipher.encryptFinal(out.data() + length, &last)
+                    : cipher.decryptFinal(out.data() + length, &last));
+    return finished ? out.left(length + last) : QByteArray("<failed: ") + cipher.lastError().toUtf8() + '>';
+}
+
+} // namespace
+
+void TestOpenSsl::initTestCase()
+{
+    const QPair<bool, QString> loaded = initializeOpenSSL();
+    QVERIFY2(loaded.first, qPrintable(loaded.second));
+    QVERIFY2(OpenSslLoader::hasLegacyProvider(), "Debian's libssl3 ships the legacy provider");
+}
+
+void TestOpenSsl::keyDerivation_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QByteArray>("salt");
+    const QByteArray salt = QByteArray::fromHex("0123456789abcdef");
+    for (const char* option : global_options) {
+        QTest::addRow("%s salted", option) << QString::fromLatin1(option) << QStringLiteral("secret") << salt;
+        QTest::addRow("%s no salt", option) << QString::fromLatin1(option) << QStringLiteral("secret") << QByteArray();
+    }
+    // The key is derived from the UTF-8 bytes of the password.
+    QTest::newRow("utf-8 password") << QStringLiteral("aes-256-cbc") << QStringLiteral("pässwörd ✓") << salt;
+    QTest::newRow("long password") << QStringLiteral("aes-128-ofb") << QString(200, QLatin1Char('x'))
+                                   << QByteArray::fromHex("ff00ff00ff00ff00");
+}
+
+void TestOpenSsl::keyDerivation()
+{
+    QFETCH(QString, option);
+    QFETCH(QString, password);
+    QFETCH(QByteArray, salt);
+    const QPair<QByteArray, QByteArray> expected = opensslKeyAndIv(option, password, salt);
+    QVERIFY2(!expected.first.isEmpty(), "openssl enc -P gave no key");
+    OpenSsl cipher;
+    QVERIFY2(cipher.encryptInit(algorithmOf(option), password.toUtf8(), salt), qPrintable(cipher.lastError()));
+    QCOMPARE(cipher.key().toHex().toUpper(), expected.first);
+    QCOMPARE(cipher.iv().toHex().toUpper(), expected.second);
+}
+
+void TestOpenSsl::passwordChoice_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QByteArray>("salt");
+    QTest::addColumn<QStringList>("passwords");
+    QTest::addColumn<bool>("found");
+    const QByteArray salt = QByteArray::fromHex("0011223344556677");
+    // The object was encrypted with "right".
+    QTest::newRow("second of two") << "aes-256-cbc" << salt << QStringList{"wrong", "right"} << true;
+    QTest::newRow("first of two") << "des-ede3-cbc" << salt << QStringList{"right", "wrong"} << true;
+    QTest::newRow("no salt") << "aes-128-cfb8" << QByteArray() << QStringList{"other", "right"} << true;
+    QTest::newRow("blowfish") << "bf-ofb" << salt << QStringList{"x", "y", "right"} << true;
+    QTest::newRow("only wrong ones") << "aes-256-cbc" << salt << QStringList{"wrong", "Right", "right "} << false;
+    QTest::newRow("none at all") << "aes-192-ofb" << salt << QStringList{} << false;
+}
+
+void TestOpenSsl::passwordChoice()
+{
+    QFETCH(QString, option);
+    QFETCH(QByteArray, salt);
+    QFETCH(QStringList, passwords);
+    QFETCH(bool, found);
+    const QByteArray plain = "The vector picks the password; no trial decryption is needed.";
+    OpenSsl encryptor;
+    QVERIFY(encryptor.encryptInit(algorithmOf(option), "right", salt));
+    const QByteArray cipherText = run(encryptor, plain, true);
+
+    OpenSsl decryptor;
+    const bool initialised =
+        decryptor.decryptInit(algorithmOf(option), passwordList(passwords), encryptor.iv(), salt);
+    QCOMPARE(initialised, found);
+    if (found)
+        QCOMPARE(run(decryptor, cipherText, false), plain);
+    else
+        QCOMPARE(decryptor.lastError(), QStringLiteral("No valid password was found"));
+}
+
+void TestOpenSsl::noVectorNeedsCompatibilityPassword()
+{
+    // Without a vector in the metadata the list is not tried: nothing in
+    // this tool sets the compatibility password.
+    OpenSsl decryptor;
+    QVERIFY(!decryptor.decryptInit(ClientSideEncryption::Aes256Cbc, passwordList({"right"}), QByteArray(),
+                                   QByteArray()));
+    QCOMPARE(decryptor.lastError(), QStringLiteral("No valid password was found"));
+}
+
+QTEST_GUILESS_MAIN(TestOpenSsl)
+#include "tst_openssl.moc"
