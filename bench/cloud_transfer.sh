@@ -5,21 +5,8 @@
 #   small: 2,000 files of 4 KiB in 20 folders
 #   large: one file of 1 GiB
 # Every download is compared with its source.
-set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
-bin=${1:-$root/build/release/quorle}
-[[ -x $bin ]] || { echo "no binary at $bin (run scripts/build.sh release)" >&2; exit 2; }
-command -v /usr/bin/time >/dev/null || { echo "needs /usr/bin/time (Debian package time)" >&2; exit 2; }
-# a 1 GiB transfer by any client takes longer than the harness default
-export S3_CLIENT_TIMEOUT=${S3_CLIENT_TIMEOUT:-3600}
-# shellcheck source=../tests/e2e/lib/s3server.sh
-. "$root/tests/e2e/lib/s3server.sh"
-work=$(mktemp -d "${TMPDIR:-/tmp}/quorle-bench.XXXXXX")
-trap 's3_server_stop "$work/server" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
-s3_server_start s3rver "$work/server" >/dev/null
-export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
-BUCKET=quorle-bench
-s3_make_bucket "$BUCKET"
+# shellcheck source=lib.sh
+. "$(dirname "$0")/lib.sh"
 
 make_small() {
   local i j

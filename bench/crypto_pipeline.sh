@@ -4,21 +4,9 @@
 # 64 MiB and one of 2 GiB (BENCH_SIZES_MIB overrides): the peak must not grow with the file.
 # quorle's time covers the whole upload: the MD5 pass, the encoding into a temporary file, the PUT.
 # Each stored object is fetched back, decrypted with openssl, gunzipped and compared with its source.
-set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
-bin=${1:-$root/build/release/quorle}
-[[ -x $bin ]] || { echo "no binary at $bin (run scripts/build.sh release)" >&2; exit 2; }
-command -v /usr/bin/time >/dev/null || { echo "needs /usr/bin/time (Debian package time)" >&2; exit 2; }
-export S3_CLIENT_TIMEOUT=${S3_CLIENT_TIMEOUT:-3600}
-# shellcheck source=../tests/e2e/lib/s3server.sh
-. "$root/tests/e2e/lib/s3server.sh"
-work=$(mktemp -d "${TMPDIR:-/tmp}/quorle-bench-crypto.XXXXXX")
-trap 's3_server_stop "$work/server" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
-s3_server_start s3rver "$work/server" >/dev/null
-export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
+# shellcheck source=lib.sh
+. "$(dirname "$0")/lib.sh"
 export PW=bench-password
-BUCKET=quorle-bench
-s3_make_bucket "$BUCKET"
 
 measure() {  # measure LABEL COMMAND... : prints seconds, throughput and peak RSS
   local out="$work/time.out"

@@ -58,15 +58,6 @@ head_of() {  # head_of BUCKET KEY QUERY
   s3_aws s3api head-object --bucket "$1" --key "$2" --query "$3" --output text
 }
 
-object_requests() { s3_request_count "^$1 [^? ]*[^/? ] "; }
-# radosgw may log a request a moment after its answer: wait (bounded) for an expected count
-object_requests_at_least() {  # METHOD N
-  local n i
-  for (( i = 0; i < 25; i++ )); do
-    n=$(object_requests "$1"); (( n >= $2 )) && break; sleep 0.2
-  done
-  echo "$n"
-}
 # a shell operation's log may be printed again by the one above it: count distinct sources
 copy_sources_sent() { grep -i '^> x-amz-copy-source: ' "$E2E_OUTPUT" | sort -u | wc -l; }
 
@@ -82,9 +73,9 @@ run_on() {
 
   s3_log_mark
   quorle_sync "s3://$BUCKET/src/" "s3://$BUCKET/dst/"
-  e2e_expect_eq "first copy: one PUT a file" "$files" "$(object_requests_at_least PUT "$files")"
+  e2e_expect_eq "first copy: one PUT a file" "$files" "$(s3_object_requests_at_least PUT "$files")"
   e2e_expect_eq "first copy: every PUT names its source" "$files" "$(copy_sources_sent)"
-  e2e_expect_eq "first copy: no GET of an object" 0 "$(object_requests GET)"
+  e2e_expect_eq "first copy: no GET of an object" 0 "$(s3_object_requests GET)"
   check_copies "first copy" "$BUCKET" dst/
   e2e_expect_eq "content type kept" "application/x-quorle-test" \
     "$(head_of "$BUCKET" dst/nested/deeper/blob.bin ContentType)"
@@ -100,10 +91,10 @@ run_on() {
   mv "$SRC/nested/gone.txt" "$E2E_WORK/gone.txt"
   s3_log_mark
   quorle_sync "s3://$BUCKET/src/" "s3://$BUCKET/dst/"
-  e2e_expect_eq "changed object: one PUT" 1 "$(object_requests_at_least PUT 1)"
+  e2e_expect_eq "changed object: one PUT" 1 "$(s3_object_requests_at_least PUT 1)"
   e2e_expect_eq "changed object: it names its source" 1 "$(copy_sources_sent)"
-  e2e_expect_eq "removed object: one DELETE" 1 "$(object_requests_at_least DELETE 1)"
-  e2e_expect_eq "second pass: no GET of an object" 0 "$(object_requests GET)"
+  e2e_expect_eq "removed object: one DELETE" 1 "$(s3_object_requests_at_least DELETE 1)"
+  e2e_expect_eq "second pass: no GET of an object" 0 "$(s3_object_requests GET)"
   check_copies "after the change" "$BUCKET" dst/
   e2e_expect_eq "removed object gone from the copy" "" "$(s3_keys_aws "$BUCKET" dst/nested/gone)"
 

@@ -38,15 +38,6 @@ check_store_matches() {  # check_store_matches WHAT
 
 content_type() { s3_aws s3api head-object --bucket "$BUCKET" --key "$1" --query ContentType --output text; }
 
-object_requests() { s3_request_count "^$1 [^? ]*[^/? ] "; }
-# radosgw may log a request a moment after its answer: wait (bounded) for an expected count
-object_requests_at_least() {  # METHOD N
-  local n i
-  for (( i = 0; i < 25; i++ )); do
-    n=$(object_requests "$1"); (( n >= $2 )) && break; sleep 0.2
-  done
-  echo "$n"
-}
 
 run_on() {
   e2e_server_start "$1" || { e2e_fail "$1 did not start"; return; }
@@ -61,14 +52,14 @@ run_on() {
 
   s3_log_mark
   quorle_sync "$SRC/" "s3://$BUCKET/"
-  e2e_expect_eq "unchanged tree: no PUT" 0 "$(object_requests PUT)"
-  e2e_expect_eq "unchanged tree: no GET of an object" 0 "$(object_requests GET)"
+  e2e_expect_eq "unchanged tree: no PUT" 0 "$(s3_object_requests PUT)"
+  e2e_expect_eq "unchanged tree: no GET of an object" 0 "$(s3_object_requests GET)"
 
   # each server's pass changes the file anew: the tree is shared by the passes
   printf 'changed for %s\n' "$S3_SERVER" >"$SRC/dir with blanks/file with blanks.txt"
   s3_log_mark
   quorle_sync "$SRC/" "s3://$BUCKET/" -t 1
-  e2e_expect_eq "changed file: one PUT" 1 "$(object_requests_at_least PUT 1)"
+  e2e_expect_eq "changed file: one PUT" 1 "$(s3_object_requests_at_least PUT 1)"
   check_store_matches "after the change"
 
   local back=$E2E_WORK/back-$1

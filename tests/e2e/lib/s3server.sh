@@ -426,6 +426,17 @@ s3_request_count() {
   echo "${n:-0}"
 }
 
+# requests for objects (not for buckets or with a query) of one method since the mark
+s3_object_requests() { s3_request_count "^$1 [^? ]*[^/? ] "; }
+# radosgw may log a request a moment after its answer: wait (bounded) for an expected count
+s3_object_requests_at_least() {  # METHOD N
+  local n i
+  for (( i = 0; i < 25; i++ )); do
+    n=$(s3_object_requests "$1"); (( n >= $2 )) && break; sleep 0.2
+  done
+  echo "$n"
+}
+
 # ---------------------------------------------------------------------------------------------
 # Known gaps
 

@@ -1,5 +1,7 @@
 #include <QtTest>
 
+#include "cipheroptions.h"
+
 #include "crypto/clientsideencryption.h"
 #include "crypto/multipart.h"
 #include "crypto/password.h"
@@ -23,24 +25,14 @@ private Q_SLOTS:
     void passwordBytesAreUtf8();
 };
 
-namespace {
-
-const char* const global_options[] = {
-    "bf-cbc", "bf-cfb", "bf-ofb", "des-ede3-cbc", "des-ede3-cfb", "des-ede3-ofb",
-    "aes-128-cbc", "aes-192-cbc", "aes-256-cbc", "aes-128-cfb", "aes-192-cfb", "aes-256-cfb",
-    "aes-128-cfb1", "aes-192-cfb1", "aes-256-cfb1", "aes-128-cfb8", "aes-192-cfb8",
-    "aes-256-cfb8", "aes-128-ofb", "aes-192-ofb", "aes-256-ofb"};
-
-} // namespace
-
 void TestClientSideEncryption::algorithmFromString_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("algorithm");
     for (int i = 0; i < 21; ++i) {
-        const QString option = QString::fromLatin1(global_options[i]);
-        QTest::addRow("%s", global_options[i]) << option << i;
-        QTest::addRow("%s upper", global_options[i]) << option.toUpper() << i;
+        const QString option = QString::fromLatin1(global_cipherOptions[i]);
+        QTest::addRow("%s", global_cipherOptions[i]) << option << i;
+        QTest::addRow("%s upper", global_cipherOptions[i]) << option.toUpper() << i;
     }
 }
 
@@ -92,8 +84,8 @@ void TestClientSideEncryption::roundTrip_data()
     QTest::addColumn<int>("algorithm");
     QTest::addColumn<bool>("compression");
     for (int i = 0; i < 21; ++i) {
-        QTest::addRow("%s", global_options[i]) << i << false;
-        QTest::addRow("gzip %s", global_options[i]) << i << true;
+        QTest::addRow("%s", global_cipherOptions[i]) << i << false;
+        QTest::addRow("gzip %s", global_cipherOptions[i]) << i << true;
     }
 }
 

@@ -2,6 +2,8 @@
 #include <QRegularExpression>
 #include <QtTest>
 
+#include "cipheroptions.h"
+
 #include "crypto/openssl.h"
 #include "crypto/opensslloader.h"
 
@@ -21,12 +23,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-const char* const global_options[] = {
-    "bf-cbc", "bf-cfb", "bf-ofb", "des-ede3-cbc", "des-ede3-cfb", "des-ede3-ofb",
-    "aes-128-cbc", "aes-192-cbc", "aes-256-cbc", "aes-128-cfb", "aes-192-cfb", "aes-256-cfb",
-    "aes-128-cfb1", "aes-192-cfb1", "aes-256-cfb1", "aes-128-cfb8", "aes-192-cfb8",
-    "aes-256-cfb8", "aes-128-ofb", "aes-192-ofb", "aes-256-ofb"};
 
 // Key and vector as `openssl enc -P` prints them, in upper-case hex.
 QPair<QByteArray, QByteArray> opensslKeyAndIv(const QString& option, const QString& password, const QByteArray& salt)
@@ -94,7 +90,7 @@ void TestOpenSsl::keyDerivation_data()
     QTest::addColumn<QString>("password");
     QTest::addColumn<QByteArray>("salt");
     const QByteArray salt = QByteArray::fromHex("0123456789abcdef");
-    for (const char* option : global_options) {
+    for (const char* option : global_cipherOptions) {
         QTest::addRow("%s salted", option) << QString::fromLatin1(option) << QStringLiteral("secret") << salt;
         QTest::addRow("%s no salt", option) << QString::fromLatin1(option) << QStringLiteral("secret") << QByteArray();
     }
