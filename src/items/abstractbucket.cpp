@@ -24,15 +24,7 @@ AbstractBucket::AbstractBucket(const AbstractBucket& other)
 
 QUrl AbstractBucket::url() const
 {
-    {
-        FastMutexLocker locker(m_mutex);
-        if (!m_url.isEmpty())
-            return m_url;
-    }
-    const QUrl built = url(m_account->protocol(), true);
-    FastMutexLocker locker(m_mutex);
-    m_url = built;
-    return m_url;
+    return lockedCache(m_mutex, m_url, [this] { return url(m_account->protocol(), true); });
 }
 
 QUrl AbstractBucket::url(BrindleLib::Protocol protocol, bool useCName) const

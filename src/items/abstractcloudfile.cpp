@@ -48,15 +48,7 @@ bool AbstractCloudFile::canBeRestored() const
 
 QUrl AbstractCloudFile::url() const
 {
-    {
-        FastMutexLocker locker(m_mutex);
-        if (!m_url.isEmpty())
-            return m_url;
-    }
-    const QUrl built = url(account()->protocol());
-    FastMutexLocker locker(m_mutex);
-    m_url = built;
-    return m_url;
+    return lockedCache(m_mutex, m_url, [this] { return url(account()->protocol()); });
 }
 
 QUrl AbstractCloudFile::url(BrindleLib::Protocol protocol) const

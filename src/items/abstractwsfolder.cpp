@@ -34,15 +34,7 @@ AbstractWSFolder::AbstractWSFolder(const AbstractWSFolder& other)
 
 QUrl AbstractWSFolder::url() const
 {
-    {
-        FastMutexLocker locker(m_mutex);
-        if (!m_url.isEmpty())
-            return m_url;
-    }
-    const QUrl built = url(account()->protocol(), true);
-    FastMutexLocker locker(m_mutex);
-    m_url = built;
-    return m_url;
+    return lockedCache(m_mutex, m_url, [this] { return url(account()->protocol(), true); });
 }
 
 QUrl AbstractWSFolder::url(BrindleLib::Protocol protocol, bool useCName) const

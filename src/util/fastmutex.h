@@ -50,4 +50,20 @@ void lockedWrite(FastMutex& mutex, T& field, const V& value)
     field = value;
 }
 
+// A value kept under the lock once built. The build runs outside the lock,
+// because it may take the locks of other objects (the account, the parent).
+template <typename T, typename Build>
+T lockedCache(FastMutex& mutex, T& cache, Build build)
+{
+    {
+        FastMutexLocker locker(mutex);
+        if (!cache.isEmpty())
+            return cache;
+    }
+    const T built = build();
+    FastMutexLocker locker(mutex);
+    cache = built;
+    return cache;
+}
+
 #endif
