@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(
   # build
-  cmake g++ make pkg-config
+  cmake g++ make pkg-config ccache
   qt6-base-dev qt6-5compat-dev zlib1g-dev libssl-dev openssl
   # tests: *.localhost resolves to loopback
   libnss-myhostname
