@@ -15,7 +15,9 @@ int compareFolders(const QChar* a, int aLength, const QChar* aDelimiter, const Q
     const QChar* shorter = aIsShorter ? a : b;
     const int shorterLength = aIsShorter ? aLength : bLength;
     const QChar delimiter = *(aIsShorter ? aDelimiter : bDelimiter);
-    const bool extended = shorterLength == 0 || shorter[shorterLength - 1] != delimiter;
+    // The empty path is a bucket's root: it is not extended, so that the
+    // root's own files come before those of `.config/` or `-old/`.
+    const bool extended = shorterLength > 0 && shorter[shorterLength - 1] != delimiter;
     const int longerLength = aIsShorter ? bLength : aLength;
     const int limit = std::min(shorterLength + (extended ? 1 : 0), longerLength);
 

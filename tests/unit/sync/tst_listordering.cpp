@@ -145,6 +145,11 @@ void TestListOrdering::compareFolders_data()
     QTest::newRow("key with trailing delimiter after hyphen") << "a/" << "a-b" << int('/') - int('-');
     QTest::newRow("plain difference") << "/x/b" << "/x/a" << 1;
     QTest::newRow("empty") << "" << "" << 0;
+    // A bucket's root is the empty path: it comes before any folder, also
+    // before those whose names sort below the delimiter.
+    QTest::newRow("bucket root before .config/") << "" << ".config/" << -8;
+    QTest::newRow("bucket root before #recycle/") << "" << "#recycle/" << -9;
+    QTest::newRow("-old/ after the bucket root") << "-old/" << "" << 5;
 }
 
 void TestListOrdering::compareFolders()
