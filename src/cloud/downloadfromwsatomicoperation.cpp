@@ -82,7 +82,7 @@ bool DownloadFromWSAtomicOperation::initializeResponseDataDevice()
     } else if (head.contentEncoding().toLower() == "gzip") {
         m_clientSideEncryption.setCompressionEnabled(true);
     }
-    m_file.reset(new QFile(targetPath()));
+    m_file.reset(new QSaveFile(targetPath()));
     return true;
 }
 
@@ -251,7 +251,10 @@ void DownloadFromWSAtomicOperation::requestFinished()
         return;
     }
     if (error().isNull() && m_file && bodyComplete() && flush()) {
-        m_file->close();
+        if (!m_file->commit()) {
+            fail(OpError::FileError, m_file->errorString());
+            return;
+        }
         if (m_md5Hash) {
             FastMutexLocker locker(m_md5Mutex);
             m_md5 = m_md5Hash->result();
@@ -272,11 +275,6 @@ bool DownloadFromWSAtomicOperation::bodyComplete()
                                             QStringLiteral("Wrong content length")));
     release();
     return false;
-}
-
-bool DownloadFromWSAtomicOperation::targetWritten() const
-{
-    return m_deviceOpened;
 }
 
 // What stayed below the thresholds goes through the same decisions; even an
@@ -318,6 +316,8 @@ void DownloadFromWSAtomicOperation::release()
     }
     if (m_openSsl)
         m_openSsl->cleanUp();
+    // Whatever was written is dropped with the temporary file; the target
+    // stays as it was.
     if (m_file && m_file->isOpen())
-        m_file->close();
+        m_file->cancelWriting();
 }

@@ -5,7 +5,7 @@
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
-#include <QFile>
+#include <QSaveFile>
 #include <QSharedPointer>
 
 #include "cloud/wsobjectoperation.h"
@@ -46,8 +46,6 @@ public:
 
     QSharedPointer<AbstractLocalContainer> destinationFolder() const { return m_destinationFolder; }
     QString targetPath() const;
-    // Whether this attempt opened, and so truncated, the target.
-    bool targetWritten() const;
     // The MD5 of what was written, once the request is over; empty unless
     // asked for.
     QByteArray md5() const;
@@ -70,7 +68,9 @@ private:
     void release();
 
     const QSharedPointer<AbstractLocalContainer> m_destinationFolder;
-    QSharedPointer<QFile> m_file;
+    // Written beside the target and renamed over it once complete, so that
+    // a cut run leaves the old file or the new one, never a part.
+    QSharedPointer<QSaveFile> m_file;
     qint64 m_rangeOffset = 0;
     ClientSideEncryption m_clientSideEncryption;
     z_stream m_inflateStream;

@@ -25,9 +25,6 @@ void DownloadOperation::prepareFirstOperation()
 
 bool DownloadOperation::prepareNextOperation(AbstractOperation* child)
 {
-    if (child->type() == DownloadFromWSAtomicType
-        && static_cast<DownloadFromWSAtomicOperation*>(child)->targetWritten())
-        m_targetWritten = true;
     if (OperationGroup::prepareNextOperation(child))
         return true;
     if (child->type() == DownloadFromWSAtomicType)
@@ -50,10 +47,6 @@ QByteArray DownloadOperation::expectedMd5(const HttpResponseHeader& head, const 
 void DownloadOperation::takeAnswer(AbstractOperation* child)
 {
     auto* get = static_cast<DownloadFromWSAtomicOperation*>(child);
-    // No attempt follows: a target that some attempt began is not left to pass
-    // for the object. One that none opened is as it was.
-    if (!get->error().isNull() && m_targetWritten)
-        QFile::remove(get->targetPath());
     const QByteArray written = get->md5();
     {
         FastMutexLocker locker(m_resultMutex);

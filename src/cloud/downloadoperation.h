@@ -45,8 +45,6 @@ private:
     const QSharedPointer<AbstractLocalContainer> m_destinationFolder;
     const DecryptionPasswords m_decryptionPasswords;
     const bool m_computeMd5;
-    // Some attempt has opened, and so truncated, the target. Shell thread only.
-    bool m_targetWritten = false;
     QSharedPointer<LocalFile> m_downloadedFile;
     QByteArray m_sourceMd5;
     QByteArray m_downloadedMd5;

@@ -11,6 +11,10 @@
 #include "items/driver.h"
 #include "items/endpoint.h"
 #include "operations/shell.h"
+#include "frontend/progressreporter.h"
+#include "net/httpstats.h"
+#include "sync/shellplannedoperation.h"
+#include "sync/syncsummary.h"
 
 namespace {
 bool isShortOrLong(const QString& arg, const char* shortForm, const char* longForm)
@@ -101,6 +105,11 @@ Command::Outcome Command::interpretOne(QStringList& args, int index)
     if (isShortOrLong(arg, "-v", "--verbose")) {
         args.removeAt(index);
         m_verbose = true;
+        return Matched;
+    }
+    if (isShortOrLong(arg, nullptr, "--progress")) {
+        args.removeAt(index);
+        m_progress = true;
         return Matched;
     }
     if (isShortOrLong(arg, "-e", "--encrypt"))
@@ -295,6 +304,8 @@ void Command::execute(CommandOp* op, AbstractAccount::Provider provider)
     if (!op->account())
         op->setAccount(m_account);
     m_rootOperationId = op->uniqueId();
+    if (m_progress)
+        (new ProgressReporter(this))->start();
     m_shell->execute(op);
 }
 
@@ -327,6 +338,9 @@ void Command::slotOperationFinished(AbstractShellOperation* op)
         if (!text.isEmpty())
             print(text);
     }
+    // A dry run's decisions are shown, not carried out.
+    if (op->type() == ShellPlannedOperation::ShellPlannedType && op->error().isNull())
+        print(static_cast<ShellPlannedOperation*>(op)->planLine());
     OpError error = op->error();
     if (!error.isNull() && !error.showFlag()) {
         error.setShowFlag(true);
@@ -338,8 +352,13 @@ void Command::slotOperationFinished(AbstractShellOperation* op)
         op->clearAllOperations();
         return;
     }
+    if (auto* progress = findChild<ProgressReporter*>())
+        progress->stop();
     if (m_verbose) {
         print(QStringLiteral("Done."));
+        if (SyncSummary::instance().isStarted())
+            print(SyncSummary::instance().summaryLine(global_httpStats.totalUploaded(),
+                                                      global_httpStats.totalDownloaded()));
         print(QString());
     }
     const bool success = op->error().isNull();
@@ -355,6 +374,8 @@ void Command::showHelp()
 {
     printLines({
         QStringLiteral("-v --verbose                  Verbose"),
+        QStringLiteral("   --progress                 Show files and bytes done, rate and time left"),
+        QStringLiteral("                              on standard error"),
         QStringLiteral("-V --version                  Display the version number"),
         QStringLiteral("-h --help                     Display a help screen and quit"),
         QStringLiteral("-D --debug                    Debug mode"),

@@ -87,6 +87,7 @@ private:
     int m_rootOperationId = 0;
     bool m_debug = false;
     bool m_verbose = false;
+    bool m_progress = false;
     Shell* m_shell = nullptr;
     int m_threads = 4;
     QSharedPointer<AbstractAccount> m_account;

@@ -58,6 +58,8 @@ void QuorleCommand::showHelp()
         QStringLiteral("                              target, do not copy the source file."),
         QStringLiteral("   --dont-replace             If a file exists in the source and target"),
         QStringLiteral("                              folders, do not replace the target file."),
+        QStringLiteral("-n --dry-run                  Show what the run would change and why;"),
+        QStringLiteral("                              change nothing."),
         QString(),
         QStringLiteral("Filters"),
         QStringLiteral("   --include-cs-filename GLOB Include files with names matching GLOB."),

@@ -25,7 +25,9 @@ public:
         OverwriteKeepsMetadata = 0x0100,
         LimitKeptVersions = 0x0400,
         LimitKeepTime = 0x0800,
-        IgnoreSymbolicLinks = 0x1000
+        IgnoreSymbolicLinks = 0x1000,
+        // Plan and show, change nothing.
+        DryRun = 0x2000
     };
     Q_DECLARE_FLAGS(Options, Option)
 

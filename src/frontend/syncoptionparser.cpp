@@ -62,6 +62,7 @@ SyncOptionParser::Step SyncOptionParser::takeOne(QStringList& args, int index)
         {"-h", "--hidden-files", SyncJob::IgnoreHiddenFiles, false},
         {"-l", "--symbolic-links\t", SyncJob::IgnoreSymbolicLinks, false},
         {"-s", "--system-files", SyncJob::IgnoreHiddenFiles, false},
+        {"-n", "--dry-run", SyncJob::DryRun, true},
     };
     for (const FlagOption& option : flags) {
         if ((option.shortForm && arg == QLatin1String(option.shortForm)) || sameText(arg, option.longForm)) {

@@ -13,12 +13,14 @@ void HttpStats::addDownloadedBytes(qint64 bytes)
 {
     QMutexLocker locker(&m_mutex);
     m_downloaded += bytes;
+    m_totalDownloaded += bytes;
 }
 
 void HttpStats::addUploadedBytes(qint64 bytes)
 {
     QMutexLocker locker(&m_mutex);
     m_uploaded += bytes;
+    m_totalUploaded += bytes;
 }
 
 void HttpStats::getSpeedAndReset(qint64& downloadSpeed, qint64& uploadSpeed)
@@ -29,4 +31,16 @@ void HttpStats::getSpeedAndReset(qint64& downloadSpeed, qint64& uploadSpeed)
     uploadSpeed = m_uploaded * 1000 / elapsed;
     m_downloaded = 0;
     m_uploaded = 0;
+}
+
+qint64 HttpStats::totalDownloaded()
+{
+    QMutexLocker locker(&m_mutex);
+    return m_totalDownloaded;
+}
+
+qint64 HttpStats::totalUploaded()
+{
+    QMutexLocker locker(&m_mutex);
+    return m_totalUploaded;
 }

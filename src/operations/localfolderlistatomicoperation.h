@@ -35,6 +35,13 @@ public:
     // Results. In a subtree listing a folder's descendants follow it directly.
     QList<QSharedPointer<AbstractFile>> files;
     QList<QSharedPointer<AbstractFolder>> folders;
+    // Folders whose entries could not be read, with the system's reason:
+    // they are listed as empty, and a sync must not take that for the truth.
+    struct Unreadable {
+        QSharedPointer<AbstractFolder> folder;
+        QString reason;
+    };
+    QList<Unreadable> unreadableFolders;
 };
 
 #endif

@@ -2,12 +2,14 @@
 
 #include "items/driver.h"
 
+#include <dirent.h>
 #include <mntent.h>
 
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QSaveFile>
 #include <QFileInfo>
 #include <QTemporaryFile>
 
@@ -80,6 +82,49 @@ void LocalOperationRunner::fail(const QString& code, const QString& message)
     log(QStringLiteral("Error : ") + m_op->error().toString(true));
 }
 
+namespace {
+
+// Copies into a temporary file beside the target, flushes it to the disk and
+// renames it over the target: a run cut short leaves the old file or the
+// new one, never a part of it. The permissions follow the source, as with
+// QFile::copy.
+bool copyAtomically(QFile& source, const QString& targetPath, QString* reason)
+{
+    if (!source.open(QIODevice::ReadOnly)) {
+        *reason = source.errorString();
+        return false;
+    }
+    QSaveFile target(targetPath);
+    if (!target.open(QIODevice::WriteOnly)) {
+        *reason = target.errorString();
+        return false;
+    }
+    char buffer[0x10000];
+    for (;;) {
+        const qint64 read = source.read(buffer, sizeof(buffer));
+        if (read < 0) {
+            *reason = source.errorString();
+            target.cancelWriting();
+            return false;
+        }
+        if (read == 0)
+            break;
+        if (target.write(buffer, read) != read) {
+            *reason = target.errorString();
+            target.cancelWriting();
+            return false;
+        }
+    }
+    if (!target.commit()) {
+        *reason = target.errorString();
+        return false;
+    }
+    QFile::setPermissions(targetPath, source.permissions());
+    return true;
+}
+
+} // namespace
+
 void LocalOperationRunner::copy(CopyLocalFileToLocalAtomicOperation* op)
 {
     log(QStringLiteral("Source : ") + op->source->displayPath());
@@ -87,20 +132,21 @@ void LocalOperationRunner::copy(CopyLocalFileToLocalAtomicOperation* op)
     const auto target = QSharedPointer<LocalFile>::create(op->destinationFolder, op->destinationName);
     const QString targetPath = target->path();
     QFile source(op->source->path());
-    const auto failure = [&] {
+    const auto failure = [&](const QString& reason) {
         fail(QString(), QStringLiteral("Operation: %1\nSource: %2\nDestination: %3\n%4")
                             .arg(op->name(), op->source->displayPath(),
-                                 op->destinationFolder->displayPath(), source.errorString()));
+                                 op->destinationFolder->displayPath(), reason));
     };
-    // Only a folder of the target's name is cleared away; a plain file there
-    // makes the copy below fail, so that nothing is replaced by accident.
+    // A folder of the target's name is cleared away first; it can only go
+    // when it is empty.
     if (QDir(targetPath).exists() && !QFile(targetPath).remove()) {
-        failure();
+        failure(source.errorString());
         return;
     }
-    const bool done = op->move ? source.rename(targetPath) : source.copy(targetPath);
+    QString reason;
+    const bool done = op->move ? source.rename(targetPath) : copyAtomically(source, targetPath, &reason);
     if (!done) {
-        failure();
+        failure(op->move ? source.errorString() : reason);
         return;
     }
     op->destinationFile = target;
@@ -193,8 +239,13 @@ void LocalOperationRunner::folderListEntry(LocalFolderListAtomicOperation* op,
     if (op->includeSystem)
         filters |= QDir::System;
 
-    // An unreadable folder gives an empty list, not an error. The order is
-    // the file system's: sorting is the caller's business.
+    // An unreadable folder gives an empty list and no error; it is reported
+    // beside the lists so that a sync deletes nothing on its behalf.
+    if (DIR* dir = ::opendir(QFile::encodeName(container->path()).constData()))
+        ::closedir(dir);
+    else
+        op->unreadableFolders.append({container, qt_error_string(errno)});
+    // The order is the file system's: sorting is the caller's business.
     const QFileInfoList entries = QDir(container->path()).entryInfoList(filters, QDir::NoSort);
     for (const QFileInfo& entry : entries) {
         if (entry.isDir()) {

@@ -32,18 +32,23 @@ int compareFolders(const QChar* a, int aLength, const QChar* aDelimiter, const Q
 
 namespace {
 
-int compareFolderItems(const AbstractFolder& a, const AbstractFolder& b)
+int compareWithDelimiters(const QString& a, QChar aDelimiter, const QString& b, QChar bDelimiter)
 {
-    // path() hands out the stored, shared string: no copy of the characters.
-    const QString aPath = a.path();
-    const QString bPath = b.path();
-    const QChar aDelimiter = a.delimiter();
-    const QChar bDelimiter = b.delimiter();
-    return compareFolders(aPath.constData(), int(aPath.size()), &aDelimiter, bPath.constData(),
-                          int(bPath.size()), &bDelimiter);
+    return compareFolders(a.constData(), int(a.size()), &aDelimiter, b.constData(), int(b.size()), &bDelimiter);
 }
 
 } // namespace
+
+int compareFolderItems(const AbstractFolder& a, const AbstractFolder& b)
+{
+    // path() hands out the stored, shared string: no copy of the characters.
+    return compareWithDelimiters(a.path(), a.delimiter(), b.path(), b.delimiter());
+}
+
+int compareFolderNames(const AbstractFolder& a, const AbstractFolder& b)
+{
+    return compareWithDelimiters(a.name(), a.delimiter(), b.name(), b.delimiter());
+}
 
 bool folderPtrLessThan(const QSharedPointer<AbstractFolder>& a, const QSharedPointer<AbstractFolder>& b)
 {

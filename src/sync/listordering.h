@@ -15,6 +15,12 @@ class AbstractFolder;
 int compareFolders(const QChar* a, int aLength, const QChar* aDelimiter, const QChar* b, int bLength,
                    const QChar* bDelimiter);
 
+// compareFolders on two folders' paths.
+int compareFolderItems(const AbstractFolder& a, const AbstractFolder& b);
+// Sibling folders in the order of their paths: a name compares as if it
+// ended with its delimiter, so `x-y` comes before `x` and `x0` after it.
+int compareFolderNames(const AbstractFolder& a, const AbstractFolder& b);
+
 bool folderPtrLessThan(const QSharedPointer<AbstractFolder>& a, const QSharedPointer<AbstractFolder>& b);
 
 // Files by parent folder, then by name, then newest first (versions of one object).

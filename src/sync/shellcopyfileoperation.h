@@ -37,6 +37,7 @@ public:
     QString destinationDisplayPath() const override;
     bool isEffectiveOperation() const override { return true; }
 
+    QSharedPointer<AbstractFile> file() const { return m_file; }
     QSharedPointer<AbstractFile> copiedFile() const { return m_copiedFile; }
     bool sourceGone() const { return m_sourceGone; }
 

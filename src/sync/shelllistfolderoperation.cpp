@@ -42,6 +42,7 @@ bool ShellListFolderOperation::prepareNextOperation(AbstractOperation* child)
         auto* listing = static_cast<LocalFolderListAtomicOperation*>(child);
         files = std::exchange(listing->files, {});
         folders = std::exchange(listing->folders, {});
+        unreadableFolders = std::exchange(listing->unreadableFolders, {});
         return true;
     }
     if (child->type() == WSListType) {

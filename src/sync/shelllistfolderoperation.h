@@ -8,6 +8,7 @@
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"
+#include "operations/localfolderlistatomicoperation.h"
 #include "util/brindlelib.h"
 
 // Lists a folder on either side and hands back its files and folders, in
@@ -46,6 +47,8 @@ public:
     QList<QSharedPointer<AbstractFile>> files;
     // The folder as the cloud listing resolved it; null after a local listing.
     QSharedPointer<AbstractFolder> listedFolder;
+    // Local folders that could not be read; listed as empty.
+    QList<LocalFolderListAtomicOperation::Unreadable> unreadableFolders;
 };
 
 #endif

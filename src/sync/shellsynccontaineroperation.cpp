@@ -1,7 +1,5 @@
 #include "sync/shellsynccontaineroperation.h"
 
-#include <QtConcurrent>
-
 #include "frontend/filter.h"
 #include "cloud/gets3containeracloperation.h"
 #include "items/driver.h"
@@ -16,6 +14,9 @@
 #include "sync/shelldeletecontaineroperation.h"
 #include "sync/shelldeletefileoperation.h"
 #include "sync/shelllistfolderoperation.h"
+#include "sync/shellplannedoperation.h"
+#include "sync/syncplanner.h"
+#include "sync/syncsummary.h"
 
 QString ShellSyncContainerOperation::_compareStr = ShellSyncContainerOperation::tr("Compare");
 
@@ -45,10 +46,7 @@ ShellSyncContainerOperation::ShellSyncContainerOperation(
     m_sourceListed = true;
     m_destinationListed = true;
     m_subOperation = true;
-    m_sourceFolders = sourceFolders;
-    m_sourceFiles = sourceFiles;
-    m_destinationFolders = destinationFolders;
-    m_destinationFiles = destinationFiles;
+    m_listings = {sourceFolders, destinationFolders, sourceFiles, destinationFiles};
     m_createDestination = createDestination;
     m_acl = acl;
     if (m_createDestination) {
@@ -79,13 +77,19 @@ void ShellSyncContainerOperation::appendCreateDestination()
         parentFolder = m_destination.staticCast<LocalFolder>()->parent();
     else if (m_destination->itemType() == AbstractItem::CloudFolderItem)
         parentFolder = m_destination.staticCast<AbstractWSFolder>()->parent();
-    append(new ShellCreateFolderOperation(this, parentFolder, m_destination->name(), newItemAcl(), false));
+    if (hasOption(SyncJob::DryRun))
+        ShellPlannedOperation::appendLine(this, ShellCreateFolderOperation::tr("Create folder"),
+                                          m_destination->displayPath(), QString(),
+                                          SyncAction::reasonText(SyncAction::NotInDestination));
+    else
+        append(new ShellCreateFolderOperation(this, parentFolder, m_destination->name(), newItemAcl(), false));
 }
 
 void ShellSyncContainerOperation::prepareFirstOperation()
 {
     if (m_sourceListed)
         return;
+    SyncSummary::instance().start();
     // A sync never asks whether to overwrite.
     AbstractOperation* top = topLevelOperation();
     if (top->isGroup())
@@ -131,10 +135,12 @@ bool ShellSyncContainerOperation::prepareNextOperation(AbstractOperation* child)
     case ShellListFolderType:
         if (failed)
             return true;
-        if (tag == SourceListTag)
-            takeListing(child, m_sourceFolders, m_sourceFiles, m_sourceListed);
-        else if (tag == DestinationListTag)
-            takeListing(child, m_destinationFolders, m_destinationFiles, m_destinationListed);
+        if (tag == SourceListTag) {
+            m_unreadable = static_cast<ShellListFolderOperation*>(child)->unreadableFolders;
+            takeListing(child, m_listings.sourceFolders, m_listings.sourceFiles, m_sourceListed);
+        } else if (tag == DestinationListTag) {
+            takeListing(child, m_listings.destinationFolders, m_listings.destinationFiles, m_destinationListed);
+        }
         if (tag == DestinationListTag && wantsContainerAcl())
             appendContainerAcl();
         else if (m_sourceListed && m_destinationListed && !m_containerAclPending)
@@ -147,10 +153,19 @@ bool ShellSyncContainerOperation::prepareNextOperation(AbstractOperation* child)
     case CompareFileContentForSyncType: {
         auto* compare = static_cast<CompareFileContentForSyncOperation*>(child);
         // A failed comparison leaves the file alone; its error stays in the tree.
-        if (!failed && !compare->identical())
-            scheduleCopy(compare->source());
+        if (failed)
+            SyncSummary::instance().addFailed();
+        else if (!compare->identical())
+            scheduleCopy(compare->source(), SyncAction::ContentDiffers);
+        else
+            SyncSummary::instance().addUnchanged(1);
         return true;
     }
+    case ShellCopyFileType:
+    case ShellDeleteFileType:
+    case ShellDeleteContainerType:
+        countDone(child);
+        return false;
     default:
         return false;
     }
@@ -181,164 +196,181 @@ void ShellSyncContainerOperation::takeListing(AbstractOperation* child, FolderLi
     folders = listing->folders;
     files = listing->files;
     listing->clearList();
-    // Both sorts at once on the global pool; the walk waits for them.
-    QFuture<void> fileSort = QtConcurrent::run(sortFilePtrList, &files);
-    QFuture<void> folderSort = QtConcurrent::run(sortFolderPtrList, &folders);
-    folderSort.waitForFinished();
-    fileSort.waitForFinished();
+    sortListsConcurrently(&files, &folders);
     listed = true;
+}
+
+namespace {
+
+// `path` as a folder path that ends with its delimiter.
+QString withDelimiter(const QString& path, QChar delimiter)
+{
+    return path.isEmpty() || path.endsWith(delimiter) ? path : path + delimiter;
+}
+
+template<typename List>
+void removeAtOrUnder(List& items, const QString& prefix, QChar delimiter)
+{
+    items.removeIf([&](const auto& item) {
+        return withDelimiter(item->path(), delimiter).startsWith(prefix, Qt::CaseSensitive);
+    });
+}
+
+} // namespace
+
+// A source folder that could not be read was listed as empty. Taking that
+// for the truth would delete its backup: the folder and its counterpart
+// leave the walk, and an error names it.
+void ShellSyncContainerOperation::setAsideUnreadable()
+{
+    const QList<LocalFolderListAtomicOperation::Unreadable> unreadable = std::exchange(m_unreadable, {});
+    const QString sourceRoot = withDelimiter(m_source->path(), m_source->delimiter());
+    const QString destinationRoot = m_destination->itemType() == AbstractItem::BucketItem
+        ? QString()
+        : withDelimiter(m_destination->path(), m_destination->delimiter());
+    for (const LocalFolderListAtomicOperation::Unreadable& entry : unreadable) {
+        SyncSummary::instance().addFailed();
+        ShellPlannedOperation::appendSkip(
+            m_shellOperation, entry.folder->displayPath(),
+            ShellPlannedOperation::unreadableFolderMessage(entry.folder->displayPath(), entry.reason));
+        const QString folderPath = withDelimiter(entry.folder->path(), entry.folder->delimiter());
+        // The root itself has the empty relative path: all is set aside.
+        QString relative = folderPath.mid(sourceRoot.size());
+        relative.replace(m_source->delimiter(), m_destination->delimiter());
+        removeAtOrUnder(m_listings.sourceFolders, folderPath, m_source->delimiter());
+        removeAtOrUnder(m_listings.sourceFiles, folderPath, m_source->delimiter());
+        removeAtOrUnder(m_listings.destinationFolders, destinationRoot + relative, m_destination->delimiter());
+        removeAtOrUnder(m_listings.destinationFiles, destinationRoot + relative, m_destination->delimiter());
+    }
+}
+
+void ShellSyncContainerOperation::appendTagged(AbstractShellOperation* group, AbstractOperation* op, int tag)
+{
+    op->setTag(tag);
+    group->append(op);
 }
 
 void ShellSyncContainerOperation::processFolder()
 {
-    if (m_sourceFolders.isEmpty() && m_sourceFiles.isEmpty() && m_destinationFolders.isEmpty()
-        && m_destinationFiles.isEmpty())
+    if (!m_unreadable.isEmpty())
+        setAsideUnreadable();
+    if (m_listings.isEmpty())
         return;
-    {
-        const FileHash sourceHash = takeDirectFiles(m_source, m_sourceFiles);
-        const FileHash destinationHash = takeDirectFiles(m_destination, m_destinationFiles);
-        if (!sourceHash.isEmpty() || !destinationHash.isEmpty())
-            syncFiles(sourceHash, destinationHash);
+    QVector<SyncAction> actions;
+    QString error;
+    const SyncPlanner planner(m_syncJob.options(), keysBecomeLocalPaths());
+    if (!planner.planFolder(m_source, m_destination, m_listings, &actions, &error)) {
+        setError(OpError(OpError::GeneralError, QString(), error, QString()));
+        return;
     }
-    while (!m_sourceFolders.isEmpty() || !m_destinationFolders.isEmpty())
-        mergeFolderStep();
+    for (const SyncAction& action : std::as_const(actions))
+        execute(action);
 }
 
-// The files directly in `folder` lead the sorted list: take them into a hash
-// by name, and stop at the first one that lies deeper.
-ShellSyncContainerOperation::FileHash ShellSyncContainerOperation::takeDirectFiles(
-    const QSharedPointer<AbstractFolder>& folder, FileList& files)
+// Turns one decision into the operations that carry it out; in a dry run,
+// into the lines that tell it.
+void ShellSyncContainerOperation::execute(const SyncAction& action)
 {
-    FileHash hash;
-    const QString folderPath = folder->path();
-    int skip = folderPath.length();
-    if (!folderPath.endsWith(folder->delimiter()) && folder->itemType() != AbstractItem::BucketItem)
-        ++skip;
-    while (!files.isEmpty()) {
-        const QSharedPointer<AbstractFile> file = files.first();
-        const QChar delimiter = file->parent() ? file->parent()->delimiter() : folder->delimiter();
-        if (QStringView(file->path()).mid(skip).indexOf(delimiter, 0, Qt::CaseSensitive) >= 0)
-            break;
-        files.removeFirst();
-        hash.insert(file->displayName(), file);
+    const bool dryRun = hasOption(SyncJob::DryRun);
+    switch (action.kind) {
+    case SyncAction::CopyNew:
+    case SyncAction::Replace:
+        scheduleCopy(action.file, action.reason);
+        break;
+    case SyncAction::Compare:
+        append(new CompareFileContentForSyncOperation(this, action.file, action.twin, m_destination));
+        break;
+    case SyncAction::DeleteFile:
+    case SyncAction::DeleteFolder: {
+        const QString path = action.file ? action.file->displayPath() : action.folder->displayPath();
+        if (dryRun)
+            ShellPlannedOperation::appendLine(m_shellOperation, ShellDeleteFileOperation::tr("Delete"), path,
+                                              QString(), SyncAction::reasonText(action.reason));
+        else if (action.file)
+            m_shellOperation->append(new ShellDeleteFileOperation(this, action.file, false));
+        else
+            appendTagged(m_shellOperation,
+                         new ShellDeleteContainerOperation(m_shellOperation, action.folder, action.folders,
+                                                           action.files, false),
+                         DeleteFolderTag + int(action.files.size()));
+        break;
     }
-    return hash;
+    case SyncAction::SyncFolder:
+        appendSubOperation(action.folder, action.twinFolder, action, false);
+        break;
+    case SyncAction::NewFolder:
+        appendSubOperation(action.folder, Driver::createChildFolder(m_destination, action.folder->name()), action,
+                           true);
+        break;
+    case SyncAction::SkipKey: {
+        const QString key = action.file ? action.file->path() : action.folder->path();
+        const QString displayPath = action.file ? action.file->displayPath() : action.folder->displayPath();
+        ShellPlannedOperation::appendSkip(m_shellOperation, displayPath,
+                                          ShellPlannedOperation::climbingKeyMessage(key));
+        SyncSummary::instance().addFailed();
+        break;
+    }
+    case SyncAction::Keep:
+        if (dryRun)
+            ShellPlannedOperation::appendLine(m_shellOperation, tr("Keep"), action.twin->displayPath(), QString(),
+                                              SyncAction::reasonText(action.reason));
+        SyncSummary::instance().addUnchanged(1);
+        break;
+    case SyncAction::Unchanged:
+        SyncSummary::instance().addUnchanged(1);
+        break;
+    }
 }
 
-void ShellSyncContainerOperation::syncFiles(const FileHash& sourceHash, const FileHash& destinationHash)
+void ShellSyncContainerOperation::countDone(AbstractOperation* child)
 {
-    for (auto it = sourceHash.cbegin(); it != sourceHash.cend(); ++it) {
-        const auto twin = destinationHash.constFind(it.key());
-        if (twin == destinationHash.cend()) {
-            if (!hasOption(SyncJob::DontAdd))
-                scheduleCopy(it.value());
-            continue;
-        }
-        syncFilePair(it.value(), twin.value());
-    }
-    if (hasOption(SyncJob::DontDelete))
+    SyncSummary& summary = SyncSummary::instance();
+    const bool copy = child->type() == ShellCopyFileType;
+    if (!child->error().isNull()) {
+        summary.addFailed(copy);
         return;
-    for (auto it = destinationHash.cbegin(); it != destinationHash.cend(); ++it) {
-        if (!sourceHash.contains(it.key()))
-            m_shellOperation->append(new ShellDeleteFileOperation(this, it.value(), false));
     }
+    if (copy)
+        summary.addCopied(child->tag() == ReplaceTag, static_cast<ShellCopyFileOperation*>(child)->file()->size());
+    else
+        summary.addDeleted(child->type() == ShellDeleteFileType ? 1 : child->tag() - DeleteFolderTag);
 }
 
-void ShellSyncContainerOperation::syncFilePair(const QSharedPointer<AbstractFile>& source,
-                                               const QSharedPointer<AbstractFile>& dest)
+bool ShellSyncContainerOperation::keysBecomeLocalPaths() const
 {
-    if (hasOption(SyncJob::KeepNew) && source->lastModified() < dest->lastModified())
-        return;
-    if (hasOption(SyncJob::DontReplace))
-        return;
-    if (source->fileSystemClass() == AbstractFS::CloudClass && dest->fileSystemClass() == AbstractFS::CloudClass) {
-        if (source.staticCast<AbstractCloudFile>()->md5sum() != dest.staticCast<AbstractCloudFile>()->md5sum())
-            scheduleCopy(source);
-        return;
-    }
-    const bool bothLocal = source->fileSystemType() == AbstractFS::LocalFileSystem
-        && dest->fileSystemType() == AbstractFS::LocalFileSystem;
-    if (bothLocal && source->size() != -1 && dest->size() != -1 && source->size() != dest->size()) {
-        scheduleCopy(source);
-        return;
-    }
-    append(new CompareFileContentForSyncOperation(this, source, dest, m_destination));
+    return m_source->fileSystemClass() == AbstractFS::CloudClass
+        && m_destination->fileSystemClass() == AbstractFS::LocalClass;
 }
 
-void ShellSyncContainerOperation::takeSlice(const QSharedPointer<AbstractFolder>& folder, FolderList& folders,
-                                            FileList& files, FolderList& folderSlice, FileList& fileSlice)
-{
-    QString prefix = folder->path();
-    if (!prefix.endsWith(folder->delimiter()))
-        prefix += folder->delimiter();
-    while (!folders.isEmpty() && folders.first()->path().startsWith(prefix, Qt::CaseSensitive))
-        folderSlice.append(folders.takeFirst());
-    while (!files.isEmpty() && files.first()->path().startsWith(prefix, Qt::CaseSensitive))
-        fileSlice.append(files.takeFirst());
-}
-
-// One step of the two-way merge of the sorted folder lists, on plain names.
-void ShellSyncContainerOperation::mergeFolderStep()
-{
-    bool inSource = !m_sourceFolders.isEmpty();
-    bool inDestination = !m_destinationFolders.isEmpty();
-    if (inSource && inDestination) {
-        const QString sourceName = m_sourceFolders.first()->name();
-        const QString destinationName = m_destinationFolders.first()->name();
-        if (sourceName != destinationName) {
-            const bool sourceFirst = sourceName.compare(destinationName, Qt::CaseSensitive) < 0;
-            inSource = sourceFirst;
-            inDestination = !sourceFirst;
-        }
-    }
-    QSharedPointer<AbstractFolder> sourceSub;
-    QSharedPointer<AbstractFolder> destinationSub;
-    FolderList sourceFolders, destinationFolders;
-    FileList sourceFiles, destinationFiles;
-    if (inSource) {
-        sourceSub = m_sourceFolders.takeFirst();
-        takeSlice(sourceSub, m_sourceFolders, m_sourceFiles, sourceFolders, sourceFiles);
-    }
-    if (inDestination) {
-        destinationSub = m_destinationFolders.takeFirst();
-        takeSlice(destinationSub, m_destinationFolders, m_destinationFiles, destinationFolders, destinationFiles);
-    }
-
-    if (inSource && inDestination) {
-        // Two empty folders are left in peace.
-        if (!sourceFolders.isEmpty() || !sourceFiles.isEmpty() || !destinationFolders.isEmpty()
-            || !destinationFiles.isEmpty())
-            appendSubOperation(sourceSub, destinationSub, sourceFolders, sourceFiles, destinationFolders,
-                               destinationFiles, false);
-    } else if (inSource) {
-        if (!hasOption(SyncJob::DontAdd))
-            appendSubOperation(sourceSub, Driver::createChildFolder(m_destination, sourceSub->name()),
-                               sourceFolders, sourceFiles, destinationFolders, destinationFiles, true);
-    } else if (!hasOption(SyncJob::DontDelete)) {
-        m_shellOperation->append(new ShellDeleteContainerOperation(m_shellOperation, destinationSub,
-                                                                   destinationFolders, destinationFiles, false));
-    }
-}
-
-void ShellSyncContainerOperation::appendSubOperation(
-    const QSharedPointer<AbstractFolder>& source, const QSharedPointer<AbstractFolder>& destination,
-    const FolderList& sourceFolders, const FileList& sourceFiles, const FolderList& destinationFolders,
-    const FileList& destinationFiles, bool createDestination)
+void ShellSyncContainerOperation::appendSubOperation(const QSharedPointer<AbstractFolder>& source,
+                                                     const QSharedPointer<AbstractFolder>& destination,
+                                                     const SyncAction& slices, bool createDestination)
 {
     append(new ShellSyncContainerOperation(this, shellOperationForChildren(), source, destination, m_syncJob,
-                                           sourceFolders, sourceFiles, destinationFolders, destinationFiles,
+                                           slices.folders, slices.files, slices.twinFolders, slices.twinFiles,
                                            createDestination, m_acl, m_clientSideEncryption, m_serverSideEncryption,
                                            m_storageDirective, m_multipart, m_decryptionPasswords));
 }
 
-void ShellSyncContainerOperation::scheduleCopy(const QSharedPointer<AbstractFile>& file)
+void ShellSyncContainerOperation::scheduleCopy(const QSharedPointer<AbstractFile>& file, SyncAction::Reason reason)
 {
+    if (hasOption(SyncJob::DryRun)) {
+        const QString name = reason == SyncAction::NotInDestination ? ShellCopyFileOperation::tr("Copy") : tr("Replace");
+        ShellPlannedOperation::appendLine(m_shellOperation, name, file->displayPath(),
+                                          Driver::createChildFile(m_destination, file->name())->displayPath(),
+                                          SyncAction::reasonText(reason));
+        return;
+    }
     const SyncJob::Options options = m_syncJob.options();
     const OverwriteMode overwriteMode(options.testFlag(SyncJob::OverwriteKeepsAcl), false,
                                       options.testFlag(SyncJob::OverwriteKeepsMetadata), false);
-    m_shellOperation->append(new ShellCopyFileOperation(
-        m_shellOperation, file, m_destination, file->name(), false, newItemAcl(), false, false, false, overwriteMode,
-        m_clientSideEncryption, m_serverSideEncryption, m_storageDirective, m_multipart, m_decryptionPasswords));
+    SyncSummary::instance().addPlannedCopy(file->size());
+    appendTagged(m_shellOperation,
+                 new ShellCopyFileOperation(m_shellOperation, file, m_destination, file->name(), false, newItemAcl(),
+                                            false, false, false, overwriteMode, m_clientSideEncryption,
+                                            m_serverSideEncryption, m_storageDirective, m_multipart,
+                                            m_decryptionPasswords),
+                 reason == SyncAction::NotInDestination ? CopyNewTag : ReplaceTag);
 }
 
 bool ShellSyncContainerOperation::wantsContainerAcl() const

@@ -1,7 +1,6 @@
 #ifndef SHELLSYNCCONTAINEROPERATION_H
 #define SHELLSYNCCONTAINEROPERATION_H
 
-#include <QHash>
 #include <QSharedPointer>
 
 #include "cloud/abstractacl.h"
@@ -15,6 +14,8 @@
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"
+#include "operations/localfolderlistatomicoperation.h"
+#include "sync/syncplanner.h"
 
 // Brings one destination folder into line with one source folder. The top
 // operation checks both roots, lists both whole trees once and walks them
@@ -28,7 +29,16 @@ public:
     using FolderList = QList<QSharedPointer<AbstractFolder>>;
     using FileList = QList<QSharedPointer<AbstractFile>>;
 
-    enum Tag { SourceExistsTag = 1, DestinationExistsTag = 2, SourceListTag = 5, DestinationListTag = 6 };
+    enum Tag {
+        SourceExistsTag = 1,
+        DestinationExistsTag = 2,
+        SourceListTag = 5,
+        DestinationListTag = 6,
+        CopyNewTag = 7,
+        ReplaceTag = 8,
+        // A deletion of a folder is tagged with this plus its number of files.
+        DeleteFolderTag = 16,
+    };
 
     // The top of a tree: the roots are checked and listed first.
     ShellSyncContainerOperation(OperationGroup* parent, AbstractShellOperation* shellOperation,
@@ -61,24 +71,23 @@ public:
     static QString _compareStr;
 
 private:
-    using FileHash = QHash<QString, QSharedPointer<AbstractFile>>;
-
     void list();
     void takeListing(AbstractOperation* child, FolderList& folders, FileList& files, bool& listed);
     void existsChecked(AbstractOperation* child, const QSharedPointer<AbstractFolder>& folder);
+    void setAsideUnreadable();
+    static void appendTagged(AbstractShellOperation* group, AbstractOperation* op, int tag);
     void processFolder();
-    static FileHash takeDirectFiles(const QSharedPointer<AbstractFolder>& folder, FileList& files);
-    void syncFiles(const FileHash& sourceHash, const FileHash& destinationHash);
-    void syncFilePair(const QSharedPointer<AbstractFile>& source, const QSharedPointer<AbstractFile>& dest);
-    void mergeFolderStep();
-    static void takeSlice(const QSharedPointer<AbstractFolder>& folder, FolderList& folders, FileList& files,
-                          FolderList& folderSlice, FileList& fileSlice);
+    void execute(const SyncAction& action);
+    // Counts a finished copy or deletion for the summary.
+    void countDone(AbstractOperation* child);
+    // A download turns object keys into local paths, which must stay below
+    // the destination.
+    bool keysBecomeLocalPaths() const;
     void appendSubOperation(const QSharedPointer<AbstractFolder>& source,
-                            const QSharedPointer<AbstractFolder>& destination, const FolderList& sourceFolders,
-                            const FileList& sourceFiles, const FolderList& destinationFolders,
-                            const FileList& destinationFiles, bool createDestination);
+                            const QSharedPointer<AbstractFolder>& destination, const SyncAction& slices,
+                            bool createDestination);
     void appendCreateDestination();
-    void scheduleCopy(const QSharedPointer<AbstractFile>& file);
+    void scheduleCopy(const QSharedPointer<AbstractFile>& file, SyncAction::Reason reason);
     // What new objects and folders get: the destination container's ACL when
     // the job asks for it, else the store's default.
     AclDirective newItemAcl() const;
@@ -95,10 +104,9 @@ private:
     bool m_destinationListed = false;
     SyncJob m_syncJob;
     bool m_subOperation = false;
-    FolderList m_sourceFolders;
-    FileList m_sourceFiles;
-    FolderList m_destinationFolders;
-    FileList m_destinationFiles;
+    // What is left of both listings below this folder pair.
+    SyncPlanner::Listings m_listings;
+    QList<LocalFolderListAtomicOperation::Unreadable> m_unreadable;
     bool m_createDestination = false;
     // The destination container's ACL, read once at the top and handed down.
     QSharedPointer<AbstractAcl> m_acl;

@@ -81,7 +81,10 @@ exercise() {
   has_line "store to local: the extra file" "[Delete] $dir/extra.txt"
   has_line "store to local: the extra folder" "[Delete] $dir/gone"
   lacks_line "store to local: nothing copied" '^\[Copy\]'
-  e2e_expect_eq "store to local: Done. at the end" "Done." "$(tail -n 1 "$E2E_OUTPUT")"
+  e2e_expect_eq "store to local: Done. then the summary" "Done." "$(tail -n 2 "$E2E_OUTPUT" | head -n 1)"
+  e2e_check "store to local: the summary counts the deletions" \
+    grep -qE '^Copied 0, replaced 0, deleted 2, unchanged [0-9]+, failed 0; sent [0-9.]+ k?B, received [0-9.]+ k?B in [0-9.]+ s' \
+    <(tail -n 1 "$E2E_OUTPUT")
 
   # Local to store with --dont-add: keys, folder objects and a bare prefix that the local tree
   # lacks are deleted; nothing is added; keys outside the prefix stay.

@@ -384,7 +384,7 @@ void TestLocalOperations::copy_data()
     QTest::addColumn<bool>("succeeds");
     QTest::newRow("copy") << "src/a" << "new" << false << true;
     QTest::newRow("move") << "src/a" << "new" << true << true;
-    QTest::newRow("copy onto a plain file") << "src/a" << "taken" << false << false;
+    QTest::newRow("copy replaces a plain file") << "src/a" << "taken" << false << true;
     QTest::newRow("move onto a plain file") << "src/a" << "taken" << true << false;
     QTest::newRow("onto a folder with content") << "src/a" << "busy" << false << false;
     QTest::newRow("source missing") << "src/none" << "new" << false << false;
@@ -403,6 +403,12 @@ void TestLocalOperations::copy()
                                            target);
     run(&op);
     QCOMPARE(op.error().isNull(), succeeds);
+    // The copy goes through a temporary file beside the target: none is left.
+    QStringList entries{"busy", "taken"};
+    if (succeeds && !entries.contains(target))
+        entries.append(target);
+    entries.sort();
+    QCOMPARE(QDir(path("dst")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name), entries);
     if (succeeds) {
         QVERIFY(op.destinationFile);
         QCOMPARE(op.destinationFile->path(), targetPath);
