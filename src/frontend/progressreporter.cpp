@@ -8,7 +8,10 @@
 ProgressReporter::ProgressReporter(QObject* parent)
     : QObject(parent), m_terminal(::isatty(STDERR_FILENO) == 1)
 {
-    m_timer.setInterval(m_terminal ? 1000 : 5000);
+    // QUORLE_PROGRESS_INTERVAL (ms) lets tests see many lines in a short run.
+    bool set = false;
+    const int interval = qEnvironmentVariableIntValue("QUORLE_PROGRESS_INTERVAL", &set);
+    m_timer.setInterval(set && interval > 0 ? interval : m_terminal ? 1000 : 5000);
     connect(&m_timer, &QTimer::timeout, this, &ProgressReporter::report);
 }
 

@@ -105,6 +105,22 @@ e2e_expect_eq "$CASE: one line per change, with its reason" "$(sort <<EOT
 EOT
 )" "$(sed '/^$/d' <<<"$OUT" | sort)"
 
+CASE="progress"; fresh progress
+for i in $(seq 1 400); do put "$SRC/f$i" "$(printf '%0100d' "$i")"; done
+QUORLE_PROGRESS_INTERVAL=20 sync_ok --progress
+e2e_expect_eq "$CASE: stdout stays quiet" "" "$OUT"
+# the totals come from the plan: 0 while both sides are listed
+lines=$(grep -c '^Progress: [0-9]*/[04]0*0* files, [0-9.]* [kM]\?B/[0-9.]* [kM]\?B, [0-9.]* [kM]\?B/s, ETA [-0-9:]*$' <<<"$ERR" || true)
+e2e_check "$CASE: periodic lines when piped ($lines)" test "$lines" -ge 2 -a "$lines" = "$(wc -l <<<"$ERR")"
+e2e_check "$CASE: the plan's totals" grep -q '^Progress: [0-9]*/400 files, [0-9.]* [kM]\?B/40.0 kB, ' <<<"$ERR"
+e2e_check "$CASE: the count of files moves" test "$(grep -o '^Progress: [0-9]*' <<<"$ERR" | sort -u | wc -l)" -ge 2
+rm -r "${DST:?}"/*
+script -qec "QUORLE_PROGRESS_INTERVAL=20 QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY \
+  $QUORLE_BINARY --endpoint $S3_DNS_NAME --port $S3_PORT --progress $SRC/ $DST/" "$E2E_WORK/tty.log" >/dev/null
+e2e_check "$CASE: redrawn in place on a terminal" grep -qa $'\rProgress: ' "$E2E_WORK/tty.log"
+e2e_check "$CASE: the line is cleared at the end" grep -qa $'\r\e\[K' "$E2E_WORK/tty.log"
+e2e_expect_eq "$CASE: copied" 400 "$(find "$DST" -type f | wc -l)"
+
 CASE="filters"
 check_filter() {  # check_filter "OPTION VALUE" expected-files...
   local option=$1; shift
