@@ -12,6 +12,7 @@
 #include "sync/shellplannedoperation.h"
 #include "sync/shellsynccontaineroperation.h"
 #include "sync/syncplanner.h"
+#include "sync/syncsummary.h"
 #include "temptree.h"
 
 // The decisions of a sync, from two listed trees and the options, without
@@ -27,6 +28,8 @@ private Q_SLOTS:
     void inputOutOfOrder_data();
     void inputOutOfOrder();
     void skipsFailTheRunAndDryRunChangesNothing();
+    void bytesText_data();
+    void bytesText();
 };
 
 namespace {
@@ -310,6 +313,25 @@ void TestSyncPlanner::skipsFailTheRunAndDryRunChangesNothing()
         QVERIFY2(op.error().message().contains("Object key 'sub/../x' would leave the destination folder"),
                  qPrintable(op.error().message()));
     }
+}
+
+void TestSyncPlanner::bytesText_data()
+{
+    QTest::addColumn<qint64>("bytes");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("nothing") << qint64(0) << "0 B";
+    QTest::newRow("below a kilobyte") << qint64(999) << "999 B";
+    QTest::newRow("a kilobyte") << qint64(1000) << "1.0 kB";
+    QTest::newRow("rounds up to the next unit's value") << qint64(999999) << "1000.0 kB";
+    QTest::newRow("megabytes") << qint64(2500000) << "2.5 MB";
+    QTest::newRow("beyond terabytes stays in TB") << qint64(4200000000000000) << "4200.0 TB";
+}
+
+void TestSyncPlanner::bytesText()
+{
+    QFETCH(qint64, bytes);
+    QFETCH(QString, text);
+    QCOMPARE(SyncSummary::bytesText(bytes), text);
 }
 
 QTEST_GUILESS_MAIN(TestSyncPlanner)
