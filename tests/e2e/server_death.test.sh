@@ -16,12 +16,16 @@ WANT=$(md5sum <"$SRC/big.bin" | cut -d' ' -f1)
 KILL_AT=$(( 16 * 1024 * 1024 ))
 
 # moved FILE PID: bytes of FILE that process PID has read (through its open descriptor), or the
-# size FILE has grown to once PID has no descriptor of it (a download)
+# size of the file a download writes: an unnamed one in FILE's folder (O_TMPFILE, linked as FILE
+# once complete), or FILE itself
 moved() {
-  local fd
+  local fd link
   for fd in /proc/"$2"/fd/*; do
-    if [[ $(readlink "$fd" 2>/dev/null) == "$1" ]]; then
+    link=$(readlink "$fd" 2>/dev/null) || continue
+    if [[ $link == "$1" ]]; then
       sed -n 's/^pos:\s*//p' "/proc/$2/fdinfo/${fd##*/}" 2>/dev/null && return
+    elif [[ $link == "$(dirname "$1")/#"* ]]; then
+      stat -L -c %s "$fd" 2>/dev/null && return
     fi
   done
   stat -c %s "$1" 2>/dev/null || echo 0
