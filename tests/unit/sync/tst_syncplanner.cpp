@@ -8,7 +8,6 @@
 #include "items/localfolder.h"
 #include "items/s3bucket.h"
 #include "sync/listordering.h"
-#include "sync/localnames.h"
 #include "sync/shellplannedoperation.h"
 #include "sync/shellsynccontaineroperation.h"
 #include "sync/syncplanner.h"
@@ -21,8 +20,6 @@ class TestSyncPlanner : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void safeLocalNames_data();
-    void safeLocalNames();
     void plan_data();
     void plan();
     void inputOutOfOrder_data();
@@ -149,26 +146,6 @@ const QStringList noEntries;
 
 } // namespace
 
-void TestSyncPlanner::safeLocalNames_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("safe");
-    QTest::newRow("plain") << "f.txt" << true;
-    QTest::newRow("dots inside") << "a..b" << true;
-    QTest::newRow("three dots") << "..." << true;
-    QTest::newRow("parent") << ".." << false;
-    QTest::newRow("current") << "." << false;
-    QTest::newRow("empty, from a leading or doubled delimiter") << "" << false;
-    QTest::newRow("NUL") << QString("a") + QChar(0) + "b" << false;
-}
-
-void TestSyncPlanner::safeLocalNames()
-{
-    QFETCH(QString, name);
-    QFETCH(bool, safe);
-    QCOMPARE(isSafeLocalName(name), safe);
-}
-
 void TestSyncPlanner::plan_data()
 {
     QTest::addColumn<QStringList>("source"); // object keys when sourceIsBucket
@@ -224,9 +201,11 @@ void TestSyncPlanner::plan_data()
         << QStringList{"compare report.txt (content to compare)", "compare -old/o (content to compare)",
                        "compare .config/rc (content to compare)"};
     QTest::newRow("climbing keys are skipped, the rest is fetched")
-        << QStringList{"../../escape.txt", "a/../../b", "/abs", "x/./y", "ok.txt"} << true << QStringList{"ok.txt"}
+        << QStringList{"../../escape.txt", "a/../../b", "/abs", "x/./y", "ok.txt", "..a", QString("n") + QChar(0)}
+        << true << QStringList{"ok.txt"}
         << none
-        << QStringList{"compare ok.txt (content to compare)",
+        << QStringList{"copy ..a (not in the destination)", "skip n" + QString(QChar(0)) + " (key would leave the destination folder)",
+                       "compare ok.txt (content to compare)",
                        "skip ../../escape.txt (key would leave the destination folder)",
                        "skip /abs (key would leave the destination folder)", "new-folder a/ (not in the destination)",
                        "skip a/../../b (key would leave the destination folder)",
