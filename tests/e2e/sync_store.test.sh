@@ -69,6 +69,11 @@ for target in local bucket; do
   e2e_expect_eq "$CASE: nothing deleted" "" "$(grep '^\[Delete\]' <<<"$OUT" || true)"
   if [[ $target == local ]]; then
     e2e_expect_eq "$CASE: the backup keeps the folder" "$(printf './a\n./new\n./sub/b\n./sub/deeper/c')" "$(tree "$dst")"
+    as_user chmod 000 "$src"
+    quorle "$src/" "$dst"
+    as_user chmod 755 "$src"
+    e2e_expect_eq "$CASE: an unreadable root, exit code" 1 "$STATUS"
+    e2e_expect_eq "$CASE: an unreadable root deletes nothing" "$(printf './a\n./new\n./sub/b\n./sub/deeper/c')" "$(tree "$dst")"
   else
     e2e_expect_eq "$CASE: the backup keeps the folder" "$(printf 'a\nnew\nsub/\nsub/b\nsub/deeper/\nsub/deeper/c')" "$(keys unreadable)"
   fi
