@@ -9,7 +9,8 @@ out=${1:-$build/out}
 mkdir -p "$out"
 out=$(cd "$out" && pwd)
 
-flags() { dpkg-buildflags --get "$1"; }
+# From the source root: the flags name the working folder, and a change rebuilds everything.
+flags() { (cd "$root" && dpkg-buildflags --get "$1"); }
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DQUORLE_SANITIZE=OFF -DQUORLE_TESTS=OFF \
   -DQUORLE_BENCH=OFF -DQUORLE_DEB=ON \
   -DCMAKE_CXX_FLAGS="$(flags CPPFLAGS) $(flags CXXFLAGS)" -DCMAKE_EXE_LINKER_FLAGS="$(flags LDFLAGS)" >/dev/null
