@@ -13,6 +13,8 @@ PACKAGES=(
   coreutils diffutils findutils procps iproute2 curl python3
   # tests: an authenticating HTTP proxy (with its Basic and Digest helpers)
   squid
+  # packaging: the .deb and its checks (dpkg-shlibdeps, lintian, man -l)
+  dpkg-dev lintian man-db groff-base file
   # benchmarks: time and peak memory of a run
   time
   # end-to-end tests: store clients, and Ceph's RADOS Gateway as the strict S3 server

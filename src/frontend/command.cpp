@@ -91,7 +91,7 @@ int Command::interpretArguments(QStringList& args)
             return 0;
         }
     }
-    return finishArguments();
+    return finishArguments(args);
 }
 
 Command::Outcome Command::interpretOne(QStringList& args, int index)
@@ -244,7 +244,7 @@ Command::Outcome Command::takePortOption(QStringList& args, int index)
     return Matched;
 }
 
-int Command::finishArguments()
+int Command::finishArguments(const QStringList& rest)
 {
     if (m_encryptionPassword.isEmpty())
         m_encryptionPassword = Password::fromUtf8(qgetenv("QUORLES_ENCRYPTION_PASSWORD"));
@@ -257,15 +257,17 @@ int Command::finishArguments()
     }
     if (m_accessKey.isEmpty())
         m_accessKey = qgetenv("QUORLES_ACCESS_KEY");
-    if (m_accessKey.isEmpty()) {
-        printErr(QStringLiteral("Missing Access Key !"));
-        return 1;
-    }
     if (m_secretKey.isEmpty())
         m_secretKey = qgetenv("QUORLES_SECRET_KEY");
-    if (m_secretKey.isEmpty()) {
-        printErr(QStringLiteral("Missing Secret Key !"));
-        return 1;
+    if (needsStore(rest)) {
+        if (m_accessKey.isEmpty()) {
+            printErr(QStringLiteral("Missing Access Key !"));
+            return 1;
+        }
+        if (m_secretKey.isEmpty()) {
+            printErr(QStringLiteral("Missing Secret Key !"));
+            return 1;
+        }
     }
     readDecryptionPasswordsFromEnvironment();
     return 2;

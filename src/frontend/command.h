@@ -64,6 +64,13 @@ Q_SIGNALS:
 protected:
     // The port that every request of the account uses; 0 for the protocol's default.
     virtual int accountPort() const { return m_port; }
+    // Whether the arguments left after the common options reach a store,
+    // so that the keys must be there before anything else is built.
+    virtual bool needsStore(const QStringList& rest) const
+    {
+        Q_UNUSED(rest);
+        return true;
+    }
     void showStorageOptions();
     void showClientSideEncryptionOptions();
     void showServerSideEncruptionOptions();
@@ -77,7 +84,7 @@ private:
     Outcome takePasswordOption(QStringList& args, int index);
     Outcome takeThreadsOption(QStringList& args, int index);
     Outcome takePortOption(QStringList& args, int index);
-    int finishArguments();
+    int finishArguments(const QStringList& rest);
     void readDecryptionPasswordsFromEnvironment();
     static void applyHttpProxyFromEnvironment();
     void write(QTextStream& stream, const QString& text);

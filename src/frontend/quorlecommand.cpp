@@ -1,6 +1,7 @@
 #include "frontend/quorlecommand.h"
 
 #include "frontend/quorleop.h"
+#include "frontend/syncoptionparser.h"
 #include "items/driver.h"
 
 namespace {
@@ -24,6 +25,14 @@ AbstractAccount::Provider QuorleCommand::chooseProvider() const
 int QuorleCommand::accountPort() const
 {
     return Driver::explicitPort(port(), {m_source, m_destination});
+}
+
+// The paths are read ahead with the sync reader's own walk, so that a line it
+// would reject still gets the key complaint first when a store is named.
+bool QuorleCommand::needsStore(const QStringList& rest) const
+{
+    const QStringList paths = SyncOptionParser::paths(rest);
+    return paths.size() < 2 || QuorleOp::reachesStore(paths.at(0), paths.at(1));
 }
 
 void QuorleCommand::start()

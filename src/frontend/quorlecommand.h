@@ -28,6 +28,7 @@ public Q_SLOTS:
 
 protected:
     int accountPort() const override;
+    bool needsStore(const QStringList& rest) const override;
 
 private:
     AbstractAccount::Provider chooseProvider() const;

@@ -3,21 +3,21 @@
 #include "items/driver.h"
 #include "sync/shellsynccontaineroperation.h"
 
-namespace {
-// The account's buckets join the roots, after the drives.
-const bool global_listAccountRoots = true;
-} // namespace
-
 QuorleOp::QuorleOp(OperationGroup* parent, const QString& source, const QString& destination,
                    const SyncJob& job, const ClientSideEncryption& clientSideEncryption,
                    const ServerSideEncryption& serverSideEncryption, const StorageDirective& storageDirective,
                    const Multipart& multipart, const DecryptionPasswords& decryptionPasswords, int port)
-    : CommandOp(parent, port, true, global_listAccountRoots), m_syncJob(job), m_clientSideEncryption(clientSideEncryption),
+    : CommandOp(parent, port, true, reachesStore(source, destination)), m_syncJob(job), m_clientSideEncryption(clientSideEncryption),
       m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective),
       m_normalizedSource(Driver::normalizeFolder(source)),
       m_normalizedDestination(Driver::normalizeFolder(destination)), m_source(source),
       m_destination(destination), m_multipart(multipart), m_decryptionPasswords(decryptionPasswords)
 {
+}
+
+bool QuorleOp::reachesStore(const QString& source, const QString& destination)
+{
+    return !Driver::isLocalDisplayPath(source) || !Driver::isLocalDisplayPath(destination);
 }
 
 bool QuorleOp::prepareNextOperation(AbstractOperation* child)

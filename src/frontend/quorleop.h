@@ -25,6 +25,10 @@ public:
     QString name() const override { return QStringLiteral("quorle"); }
     bool prepareNextOperation(AbstractOperation* child) override;
 
+    // False for two local folders: such a run lists no account and sends
+    // no request at all.
+    static bool reachesStore(const QString& source, const QString& destination);
+
 private:
     QSharedPointer<AbstractFolder> resolveFolder(const QString& normalized, const QString& typed);
     void startSync();

@@ -12,11 +12,43 @@ bool sameText(const QString& arg, const char* text)
 } // namespace
 
 SyncOptionParser::SyncOptionParser(QuorleCommand& command, Filter& filter)
+    : SyncOptionParser(&command, filter)
+{
+}
+
+SyncOptionParser::SyncOptionParser(QuorleCommand* command, Filter& filter)
     : m_command(command), m_filter(filter), m_options(SyncJob::commandLineDefaults())
 {
 }
 
 bool SyncOptionParser::parse(QStringList& args)
+{
+    if (!walk(args))
+        return false;
+    if (!args.isEmpty() || m_source.isEmpty() || m_destination.isEmpty()) {
+        m_command->print(QStringLiteral("Invalid arguments : ") + args.join(QLatin1Char(' ')));
+        m_command->showHelp();
+        return false;
+    }
+    m_command->setSource(m_source);
+    m_command->setDestination(m_destination);
+    return true;
+}
+
+QStringList SyncOptionParser::paths(QStringList args)
+{
+    Filter scratch;
+    SyncOptionParser lookahead(nullptr, scratch);
+    lookahead.walk(args);
+    QStringList found;
+    for (const QString& path : {lookahead.m_source, lookahead.m_destination}) {
+        if (!path.isEmpty())
+            found << path;
+    }
+    return found;
+}
+
+bool SyncOptionParser::walk(QStringList& args)
 {
     int index = 0;
     while (index < args.size()) {
@@ -29,11 +61,6 @@ bool SyncOptionParser::parse(QStringList& args)
         case Failed:
             return false;
         }
-    }
-    if (!args.isEmpty() || m_command.source().isEmpty() || m_command.destination().isEmpty()) {
-        m_command.print(QStringLiteral("Invalid arguments : ") + args.join(QLatin1Char(' ')));
-        m_command.showHelp();
-        return false;
     }
     return true;
 }
@@ -71,12 +98,12 @@ SyncOptionParser::Step SyncOptionParser::takeOne(QStringList& args, int index)
             return Taken;
         }
     }
-    if (!arg.startsWith(QLatin1Char('-')) && m_command.source().isEmpty()) {
-        m_command.setSource(args.takeAt(index));
+    if (!arg.startsWith(QLatin1Char('-')) && m_source.isEmpty()) {
+        m_source = args.takeAt(index);
         return Taken;
     }
-    if (!arg.startsWith(QLatin1Char('-')) && m_command.destination().isEmpty()) {
-        m_command.setDestination(args.takeAt(index));
+    if (!arg.startsWith(QLatin1Char('-')) && m_destination.isEmpty()) {
+        m_destination = args.takeAt(index);
         return Taken;
     }
     return Skipped;
@@ -88,7 +115,8 @@ SyncOptionParser::Step SyncOptionParser::takeFilter(QStringList& args, int index
     const QString value = args.takeAt(index);
     const QSharedPointer<AbstractFilterItem> item = getFilter(option, value);
     if (!item) {
-        m_command.print(QStringLiteral("Invalid arguments : ") + option + value);
+        if (m_command)
+            m_command->print(QStringLiteral("Invalid arguments : ") + option + value);
         return Failed;
     }
     m_filter.append(item);

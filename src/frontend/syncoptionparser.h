@@ -20,14 +20,24 @@ public:
     bool parse(QStringList& args);
     SyncJob::Options options() const { return m_options; }
 
+    // The paths that parse() would take from args, found by the same walk
+    // with nothing reported or kept: fewer than two when the line names
+    // fewer or fails before its second path.
+    static QStringList paths(QStringList args);
+
 private:
     enum Step { Taken, Skipped, Failed };
+    // A null command only looks: nothing is printed or handed over.
+    SyncOptionParser(QuorleCommand* command, Filter& filter);
+    bool walk(QStringList& args);
     Step takeOne(QStringList& args, int index);
     Step takeFilter(QStringList& args, int index);
 
-    QuorleCommand& m_command;
+    QuorleCommand* m_command;
     Filter& m_filter;
     SyncJob::Options m_options;
+    QString m_source;
+    QString m_destination;
 };
 
 #endif

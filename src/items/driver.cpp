@@ -520,6 +520,11 @@ QUrl Driver::urlFromDisplayPath(const QString& path, const QString& endpoint, in
     return url;
 }
 
+bool Driver::isLocalDisplayPath(const QString& path)
+{
+    return urlFromDisplayPath(path, QString(), 0).isLocalFile();
+}
+
 int Driver::portFromDisplayPath(const QString& path)
 {
     return splitCloudPath(path.trimmed()).port;

@@ -122,6 +122,9 @@ public:
     // "http://" and "https://" are taken as they are; anything else is a
     // local path.
     static QUrl urlFromDisplayPath(const QString& path, const QString& endpoint, int port);
+    // True when the path names a folder of this machine, false for a store
+    // path and for an empty text; decided by the same rule as the URL above.
+    static bool isLocalDisplayPath(const QString& path);
     // The port written after the bucket of an "s3://" or "gs://" path, as in
     // "s3://bucket:8080/x"; 0 when there is none.
     static int portFromDisplayPath(const QString& path);

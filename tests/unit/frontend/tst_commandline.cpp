@@ -52,9 +52,18 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("unknown cipher") << QStringList{"-e", "foo", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument foo ") << false;
     QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
     QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
-    QTest::newRow("no access key") << QStringList{"a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
     QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
-    QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    // Keys are asked for as soon as one side is a store, or when the line does not name two paths.
+    QTest::newRow("no access key, store destination") << QStringList{"a", "s3://b/x/"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    QTest::newRow("no access key, store source") << QStringList{"GS://b/", "a"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    QTest::newRow("no access key, URL path") << QStringList{"a", "https://h.localhost/b/"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    QTest::newRow("no access key, one path") << QStringList{"a"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    QTest::newRow("no secret key, store path") << QStringList{"-A", "k", "a", "s3://b/"} << false << int(Err) << QByteArray("\nMissing Secret Key !") << false;
+    QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "s3://b/"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
+    // Two local folders need no keys: the next fault is the one reported.
+    QTest::newRow("no keys, local pair, unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Out) << QByteArray("\nInvalid arguments : --symbolic-links") << true;
+    QTest::newRow("no keys, store-like filter value") << QStringList{"--include-cs-filename", "s3://x/", "a", "b"} << false << int(Err) << QByteArray("\n** Error **\nOperation: quorle\nMessage: Folder 'a' not found") << false;
+    QTest::newRow("no keys, local-looking store prefix") << QStringList{"s3:a", "b"} << false << int(Err) << QByteArray("\n** Error **\nOperation: quorle\nMessage: Folder 's3:a' not found") << false;
     // Sync options: the message on standard output, then the help screen.
     QTest::newRow("unknown option") << QStringList{"-x", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : -x") << true;
     QTest::newRow("third path") << QStringList{"a", "b", "c"} << true << int(Out) << QByteArray("\nInvalid arguments : c") << true;
@@ -76,8 +85,10 @@ void TestCommandLine::rejectedArguments()
     QFETCH(bool, helpFollows);
 
     QProcessEnvironment env = envWithKeys();
-    if (!withKeys)
+    if (!withKeys) {
         env.remove("QUORLES_ACCESS_KEY");
+        env.remove("QUORLES_SECRET_KEY");
+    }
     const ToolRun run = runTool(args, env);
     QVERIFY(!run.crashed);
     QCOMPARE(run.exitCode, 1);
