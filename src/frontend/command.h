@@ -77,9 +77,9 @@ private:
     Outcome takePasswordOption(QStringList& args, int index);
     Outcome takeThreadsOption(QStringList& args, int index);
     Outcome takePortOption(QStringList& args, int index);
+    Outcome takeTlsOption(QStringList& args, int index);
     int finishArguments();
     void readDecryptionPasswordsFromEnvironment();
-    static void applyHttpProxyFromEnvironment();
     void write(QTextStream& stream, const QString& text);
 
     QTextStream m_outStream;

@@ -52,6 +52,10 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("unknown cipher") << QStringList{"-e", "foo", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument foo ") << false;
     QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
     QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("ca-file at end") << QStringList{"a", "b", "--ca-file"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("ca-file unreadable") << QStringList{"--ca-file", "/nonexistent/ca.pem", "a", "b"} << true << int(Err) << QByteArray("\nCannot read the CA file '/nonexistent/ca.pem': No such file or directory") << false;
+    const QString notPem = QCoreApplication::applicationFilePath();
+    QTest::newRow("ca-file not PEM") << QStringList{"--ca-file", notPem, "a", "b"} << true << int(Err) << "\nNo PEM certificate in the CA file '" + notPem.toUtf8() + "'" << false;
     QTest::newRow("no access key") << QStringList{"a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
     QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
@@ -129,25 +133,27 @@ void TestCommandLine::helpScreenLines_data()
     QTest::addColumn<QString>("line");
     QTest::newRow("2") << 2 << "";
     QTest::newRow("8") << 8 << "-t --threads                  Number of concurrent connections (default: 4)";
-    QTest::newRow("14") << 14 << "-h --hidden-files             Include hidden files.";
-    QTest::newRow("52") << 52 << "                              separator, not backslash (\\).";
-    QTest::newRow("53") << 53 << "";
-    QTest::newRow("55") << 55 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
-    QTest::newRow("78") << 78 << "                              aes-128-ofb  28 bit AES in OFB mode";
-    QTest::newRow("86") << 86 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
-    QTest::newRow("93") << 93 << "                              (Amazon S3 Only)";
-    QTest::newRow("115") << 115 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
-    QTest::newRow("119") << 119 << "";
+    QTest::newRow("12") << 12 << "   --ca-file FILE             Also trust the CA certificates in FILE (PEM)";
+    QTest::newRow("13") << 13 << "   --insecure                 Do not verify TLS certificates (unsafe)";
+    QTest::newRow("16") << 16 << "-h --hidden-files             Include hidden files.";
+    QTest::newRow("54") << 54 << "                              separator, not backslash (\\).";
+    QTest::newRow("55") << 55 << "";
+    QTest::newRow("57") << 57 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
+    QTest::newRow("80") << 80 << "                              aes-128-ofb  28 bit AES in OFB mode";
+    QTest::newRow("88") << 88 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
+    QTest::newRow("95") << 95 << "                              (Amazon S3 Only)";
+    QTest::newRow("117") << 117 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
+    QTest::newRow("121") << 121 << "";
 }
 
-// 119 lines, each printed with its line feed in front.
+// 121 lines, each printed with its line feed in front.
 void TestCommandLine::helpScreenLines()
 {
     QFETCH(int, number);
     QFETCH(QString, line);
     const ToolRun run = runTool({"--help"}, envWithKeys());
     const QStringList lines = QString::fromUtf8(run.out).split('\n');
-    QCOMPARE(lines.size(), 120);
+    QCOMPARE(lines.size(), 122);
     QCOMPARE(lines.first(), QString());
     QCOMPARE(lines.at(number), line);
 }
