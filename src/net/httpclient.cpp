@@ -634,6 +634,11 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
         finishedWithError(TlsSettings::failureText(m_hostName, m_sslErrors, m_socket->errorString()),
                           UnknownError);
         m_sslErrors.clear();
+        // The socket would close on its own a moment later, and its signals then
+        // end whatever request comes next.
+        m_socket->blockSignals(true);
+        m_socket->abort();
+        m_socket->blockSignals(false);
         break;
     case QAbstractSocket::RemoteHostClosedError:
         if (m_state == Sending && m_reconnectAttempts > 0) {
