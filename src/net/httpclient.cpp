@@ -588,7 +588,7 @@ bool HttpClient::handleProxyAuthentication()
     return true;
 }
 
-// After a proxy's challenge: the whole body goes again, from its start.
+// After a proxy's challenge or a broken send: the whole body goes again, from its start.
 void HttpClient::resendWithBody()
 {
     QIODevice* source = m_pending.isEmpty() ? nullptr : m_pending.first()->sourceDevice();
@@ -642,15 +642,15 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
         break;
     case QAbstractSocket::RemoteHostClosedError:
         if (m_state == Sending && m_reconnectAttempts > 0) {
-            // Broken while sending: start over on a new connection. A body pumped
-            // from a device is not resent (postDevice was just cleared).
+            // Broken while sending: start over on a new connection, with the whole
+            // body (a head that announces it with none behind it would only stall).
             --m_reconnectAttempts;
             setState(Closing);
             setState(Unconnected);
             m_socket->blockSignals(true);
             m_socket->abort();
             m_socket->blockSignals(false);
-            queue(&HttpClient::slotSendRequest);
+            queue(&HttpClient::resendWithBody);
             return;
         }
         // While reading this is no error: the owner checks what arrived.
