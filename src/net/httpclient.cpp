@@ -653,7 +653,11 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
             queue(&HttpClient::resendWithBody);
             return;
         }
-        // While reading this is no error: the owner checks what arrived.
+        // While reading this is no error: the owner checks what arrived. A request
+        // that never got out whole, though, can't have succeeded.
+        if (m_state == Sending)
+            finishedWithError(QStringLiteral("Server closed connection unexpectedly"),
+                              UnexpectedClose);
         break;
     default:
         finishedWithError(QStringLiteral("HTTP request failed"), UnknownError);
