@@ -634,12 +634,13 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
         finishedWithError(TlsSettings::failureText(m_hostName, m_sslErrors, m_socket->errorString()),
                           UnknownError);
         m_sslErrors.clear();
-        // The socket would close on its own a moment later, and its signals then
-        // end whatever request comes next.
+        // Closed here and now: the socket's own close a moment later, or a queued
+        // finish, would end whatever request the owner has queued meanwhile.
         m_socket->blockSignals(true);
         m_socket->abort();
         m_socket->blockSignals(false);
-        break;
+        setState(Unconnected);
+        return;
     case QAbstractSocket::RemoteHostClosedError:
         if (m_state == Sending && m_reconnectAttempts > 0) {
             // Broken while sending: start over on a new connection, with the whole

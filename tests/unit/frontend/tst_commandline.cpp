@@ -53,9 +53,6 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
     QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
     QTest::newRow("ca-file at end") << QStringList{"a", "b", "--ca-file"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
-    QTest::newRow("ca-file unreadable") << QStringList{"--ca-file", "/nonexistent/ca.pem", "a", "b"} << true << int(Err) << QByteArray("\nCannot read the CA file '/nonexistent/ca.pem': No such file or directory") << false;
-    const QString notPem = QCoreApplication::applicationFilePath();
-    QTest::newRow("ca-file not PEM") << QStringList{"--ca-file", notPem, "a", "b"} << true << int(Err) << "\nNo PEM certificate in the CA file '" + notPem.toUtf8() + "'" << false;
     QTest::newRow("no access key") << QStringList{"a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
     QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
