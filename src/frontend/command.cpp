@@ -1,8 +1,6 @@
 #include "frontend/command.h"
 
 #include <QCoreApplication>
-#include <QNetworkProxy>
-#include <QUrl>
 #include <QUuid>
 
 #include <cstdio>
@@ -10,6 +8,8 @@
 #include "frontend/commandop.h"
 #include "items/driver.h"
 #include "items/endpoint.h"
+#include "net/proxyenvironment.h"
+#include "net/tlssettings.h"
 #include "operations/shell.h"
 #include "frontend/progressreporter.h"
 #include "net/httpstats.h"
@@ -27,28 +27,12 @@ bool isShortOrLong(const QString& arg, const char* shortForm, const char* longFo
 Command::Command()
     : m_outStream(stdout), m_errStream(stderr)
 {
-    applyHttpProxyFromEnvironment();
+    ProxyEnvironment::install(ProxyEnvironment::fromEnvironment(QProcessEnvironment::systemEnvironment()));
 }
 
 Command::~Command()
 {
     delete m_shell;
-}
-
-void Command::applyHttpProxyFromEnvironment()
-{
-    const QString value = qEnvironmentVariable("http_proxy");
-    if (value.isEmpty())
-        return;
-    const QUrl url(value, QUrl::StrictMode);
-    if (!url.isValid())
-        return;
-    QNetworkProxy proxy(QNetworkProxy::HttpProxy, url.host(), quint16(url.port()));
-    if (!url.userName().trimmed().isEmpty()) {
-        proxy.setUser(url.userName());
-        proxy.setPassword(url.password());
-    }
-    QNetworkProxy::setApplicationProxy(proxy);
 }
 
 // The line feed comes first: the tool's look on the console.
@@ -144,6 +128,8 @@ Command::Outcome Command::interpretOne(QStringList& args, int index)
         m_protocol = BrindleLib::ProtocolHttps;
         return Matched;
     }
+    if (isShortOrLong(arg, nullptr, "--ca-file") || isShortOrLong(arg, nullptr, "--insecure"))
+        return takeTlsOption(args, index);
     if (isShortOrLong(arg, nullptr, "--port"))
         return takePortOption(args, index);
     if (isShortOrLong(arg, nullptr, "--rrs")) {
@@ -227,6 +213,25 @@ Command::Outcome Command::takeThreadsOption(QStringList& args, int index)
     return Matched;
 }
 
+Command::Outcome Command::takeTlsOption(QStringList& args, int index)
+{
+    const QString option = args.takeAt(index);
+    if (isShortOrLong(option, nullptr, "--insecure")) {
+        TlsSettings::setInsecure(true);
+        return Matched;
+    }
+    if (index >= args.size()) {
+        printErr(QStringLiteral("Invalid arguments"));
+        return Failed;
+    }
+    QString message;
+    if (!TlsSettings::addCaFile(args.takeAt(index), &message)) {
+        printErr(message);
+        return Failed;
+    }
+    return Matched;
+}
+
 Command::Outcome Command::takePortOption(QStringList& args, int index)
 {
     args.removeAt(index);
@@ -270,6 +275,8 @@ int Command::finishArguments(const QStringList& rest)
         }
     }
     readDecryptionPasswordsFromEnvironment();
+    if (TlsSettings::isInsecure())
+        printErr(QStringLiteral("Warning: --insecure: TLS certificates are not verified"));
     return 2;
 }
 
@@ -385,6 +392,8 @@ void Command::showHelp()
         QStringLiteral("-A --access-key ACCESS_KEY    Access Key ID"),
         QStringLiteral("-S --secret-key SECRET_KEY    Secret Key"),
         QStringLiteral("   --ssl                      Enable SSL/HTTPS"),
+        QStringLiteral("   --ca-file FILE             Also trust the CA certificates in FILE (PEM)"),
+        QStringLiteral("   --insecure                 Do not verify TLS certificates (unsafe)"),
         QStringLiteral("   --endpoint                 Define the endpoint of the service"),
         QStringLiteral("   --port                     Specify the port number of the service"),
     });

@@ -84,9 +84,9 @@ private:
     Outcome takePasswordOption(QStringList& args, int index);
     Outcome takeThreadsOption(QStringList& args, int index);
     Outcome takePortOption(QStringList& args, int index);
+    Outcome takeTlsOption(QStringList& args, int index);
     int finishArguments(const QStringList& rest);
     void readDecryptionPasswordsFromEnvironment();
-    static void applyHttpProxyFromEnvironment();
     void write(QTextStream& stream, const QString& text);
 
     QTextStream m_outStream;

@@ -29,6 +29,7 @@ public:
 
     QString workstation;
     QString userDomain;
+    bool ntlmAnswered = false;  // the last request carried message 3
 };
 
 namespace {
@@ -109,9 +110,11 @@ QByteArray AuthenticatorPrivate::ntlmResponse()
 {
     if (phase == Authenticator::Start) {
         phase = Authenticator::Phase2;
+        ntlmAnswered = false;
         return Ntlm::negotiateMessage().toBase64();
     }
     phase = Authenticator::Done;
+    ntlmAnswered = true;
     Ntlm::Challenge decoded;
     if (!Ntlm::decodeChallenge(QByteArray::fromBase64(challenge), decoded))
         return QByteArray();
@@ -174,6 +177,14 @@ void Authenticator::setUser(const QString& user)
         d->userDomain = user.left(backslash);
         d->user = user.mid(backslash + 1);
     }
+}
+
+void Authenticator::setCredentials(const QString& user, const QString& password)
+{
+    if (d && d->extendedUser == user && d->password == password)
+        return;
+    setUser(user);
+    setPassword(password);
 }
 
 QString Authenticator::password() const
@@ -268,6 +279,11 @@ void Authenticator::parseHttpResponse(const QList<QPair<QByteArray, QByteArray>>
         }
         if (d->user.isEmpty())
             d->phase = Done;
+    } else if (d->method == Ntlm) {
+        // A bare offer to a request that carried nothing: a new connection, which
+        // needs an exchange of its own. After message 3 it is a refusal.
+        if (d->challenge.isEmpty() && d->phase == Done && !d->ntlmAnswered)
+            d->phase = Start;
     } else if (d->method == None) {
         d->realm.clear();
         d->challenge.clear();
@@ -287,6 +303,11 @@ QByteArray Authenticator::calculateResponse(const QByteArray& requestMethod,
         d->phase = Phase2;
         return "Digest " + d->digestMd5Response(requestMethod, path);
     case Ntlm:
+        if (d->phase == Done) {
+            // NTLM authenticates the connection: later requests on it carry nothing.
+            d->ntlmAnswered = false;
+            return QByteArray();
+        }
         return "NTLM " + d->ntlmResponse();
     case None:
         break;

@@ -34,6 +34,9 @@ public:
     void setUser(const QString& user);
     QString password() const;
     void setPassword(const QString& password);
+    // Sets both unless they are the ones held: a finished exchange (an NTLM
+    // connection) then stays as it is.
+    void setCredentials(const QString& user, const QString& password);
     QString realm() const;
     QVariant option(const QString& name) const;
     QVariantHash options() const;

@@ -4,7 +4,9 @@
 #include <QTimer>
 
 #include "net/privatehttprequest.h"
+#include "net/proxyenvironment.h"
 #include "net/tcpsocket.h"
+#include "net/tlssettings.h"
 
 namespace {
 const int global_continueTimeout = 30000;
@@ -95,9 +97,7 @@ void HttpClient::setSock(QTcpSocket* socket)
     if (!socket) {
         m_ownsSocket = true;
         if (QSslSocket::supportsSsl()) {
-            auto* ssl = new SslSocket(this);
-            ssl->ignoreSslErrors();
-            socket = ssl;
+            socket = new SslSocket(this);
         } else {
             socket = new TcpSocket(this);
         }
@@ -126,10 +126,13 @@ void HttpClient::ignoreSslErrors()
         ssl->ignoreSslErrors();
 }
 
-void HttpClient::slotSslErrors()
+void HttpClient::slotSslErrors(const QList<QSslError>& errors)
 {
-    // No certificate problem ever stops a connection.
-    ignoreSslErrors();
+    // The socket forgets an ignore given before it connected: it counts only here.
+    if (TlsSettings::isInsecure())
+        ignoreSslErrors();
+    else
+        m_sslErrors = errors;  // for the message: the socket reports a bare failure next
 }
 
 qint64 HttpClient::read(char* data, qint64 maxlen)
@@ -184,11 +187,9 @@ void HttpClient::slotSendRequest()
     auto* ssl = qobject_cast<QSslSocket*>(m_socket);
     const bool encrypted = m_mode == ConnectionModeHttps || (ssl && ssl->isEncrypted());
 
-    QNetworkProxy proxy = QNetworkProxy::applicationProxy();
-    if (!proxy.password().isEmpty()) {
-        m_proxyAuthenticator.setUser(proxy.user());
-        m_proxyAuthenticator.setPassword(proxy.password());
-    }
+    QNetworkProxy proxy = ProxyEnvironment::current(m_hostName, encrypted);
+    if (!proxy.password().isEmpty())
+        m_proxyAuthenticator.setCredentials(proxy.user(), proxy.password());
 
     bool inTheClearViaProxy = false;
     if (proxy.type() == QNetworkProxy::HttpCachingProxy
@@ -202,13 +203,22 @@ void HttpClient::slotSendRequest()
         }
     }
 
+    m_withoutBody = false;
     if (inTheClearViaProxy) {
         m_header.setCachingProxyInUse(true);
+        m_header.remove("Proxy-Authorization");  // the answer to an earlier challenge
+        // NTLM's first message authenticates nothing: its request goes without the body,
+        // which the next one carries over the same connection.
+        m_withoutBody = m_proxyAuthenticator.method() == Authenticator::Ntlm
+            && m_proxyAuthenticator.phase() == Authenticator::Start;
+        if (m_withoutBody)
+            m_postDevice = nullptr;
         if (m_proxyAuthenticator.method() != Authenticator::None) {
             const QByteArray method = HttpRequestHeader::methodString(m_header.method());
-            m_header.addField(HttpField(
-                "Proxy-Authorization",
-                m_proxyAuthenticator.calculateResponse(method, m_header.path())));
+            const QByteArray credentials =
+                m_proxyAuthenticator.calculateResponse(method, m_header.path());
+            if (!credentials.isEmpty())
+                m_header.addField(HttpField("Proxy-Authorization", credentials));
         }
         targetHost = proxy.hostName();
         targetPort = proxy.port();
@@ -247,10 +257,17 @@ void HttpClient::slotConnected()
     // Nagle's algorithm the second piece waits for the server's delayed ACK (40 ms
     // on Linux), which made every small upload cost that much.
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    const QByteArray head = m_header.toByteArray();
+    HttpRequestHeader sent = m_header;
+    if (m_withoutBody && sent.containsContentLength()) {
+        sent.setContentLength(0);
+        sent.remove("Expect");
+    }
+    const QByteArray head = sent.toByteArray();
     m_socket->write(head);
     m_bytesTotal = head.size();
 
+    if (m_withoutBody)
+        return;
     if (m_postDevice) {
         m_postDevice->seek(0);
         m_bytesTotal += m_postDevice->size();
@@ -316,6 +333,9 @@ void HttpClient::continuePost()
     m_pendingPost = false;
     setState(Sending);
     slotBytesWritten(0);
+    // A final answer that came in with the 100 raises no readyRead of its own.
+    if (m_socket->bytesAvailable() > 0)
+        queue(&HttpClient::slotReadyRead);
 }
 
 bool HttpClient::hasBody() const
@@ -351,7 +371,7 @@ void HttpClient::slotReadyRead()
     if (!complete)
         return;
     if (m_repost) {
-        slotSendRequest();
+        resendWithBody();
         return;
     }
     if (m_response.field("connection").value().compare("close", Qt::CaseInsensitive) == 0) {
@@ -550,17 +570,30 @@ bool HttpClient::handleProxyAuthentication()
     const auto closing = [this](const char* name) {
         return m_response.field(name).value().compare("close", Qt::CaseInsensitive) == 0;
     };
-    if (closing("proxy-connection") || closing("connection")) {
+    // A body announced but not (wholly) sent would leave the proxy reading the
+    // resent request as that body: HTTP/1.1 leaves only closing the connection.
+    const bool bodyOwed = m_pendingPost || m_postDevice;
+    if (bodyOwed || closing("proxy-connection") || closing("connection")) {
+        m_pendingPost = false;
+        m_continueTimer->stop();
         setState(Closing);
+        m_socket->readAll();
         m_socket->blockSignals(true);
         m_socket->close();
         m_socket->blockSignals(false);
-        m_socket->readAll();
-        slotSendRequest();
+        resendWithBody();
         return false;
     }
     m_repost = true;
     return true;
+}
+
+// After a proxy's challenge or a broken send: the whole body goes again, from its start.
+void HttpClient::resendWithBody()
+{
+    QIODevice* source = m_pending.isEmpty() ? nullptr : m_pending.first()->sourceDevice();
+    m_postDevice = source && source->isOpen() ? source : nullptr;
+    slotSendRequest();
 }
 
 void HttpClient::slotClosed()
@@ -597,20 +630,35 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
     case QAbstractSocket::ProxyAuthenticationRequiredError:
         finishedWithError(m_socket->errorString(), ProxyAuthenticationRequiredError);
         break;
+    case QAbstractSocket::SslHandshakeFailedError:
+        finishedWithError(TlsSettings::failureText(m_hostName, m_sslErrors, m_socket->errorString()),
+                          UnknownError);
+        m_sslErrors.clear();
+        // Closed here and now: the socket's own close a moment later, or a queued
+        // finish, would end whatever request the owner has queued meanwhile.
+        m_socket->blockSignals(true);
+        m_socket->abort();
+        m_socket->blockSignals(false);
+        setState(Unconnected);
+        return;
     case QAbstractSocket::RemoteHostClosedError:
         if (m_state == Sending && m_reconnectAttempts > 0) {
-            // Broken while sending: start over on a new connection. A body pumped
-            // from a device is not resent (postDevice was just cleared).
+            // Broken while sending: start over on a new connection, with the whole
+            // body (a head that announces it with none behind it would only stall).
             --m_reconnectAttempts;
             setState(Closing);
             setState(Unconnected);
             m_socket->blockSignals(true);
             m_socket->abort();
             m_socket->blockSignals(false);
-            queue(&HttpClient::slotSendRequest);
+            queue(&HttpClient::resendWithBody);
             return;
         }
-        // While reading this is no error: the owner checks what arrived.
+        // While reading this is no error: the owner checks what arrived. A request
+        // that never got out whole, though, can't have succeeded.
+        if (m_state == Sending)
+            finishedWithError(QStringLiteral("Server closed connection unexpectedly"),
+                              UnexpectedClose);
         break;
     default:
         finishedWithError(QStringLiteral("HTTP request failed"), UnknownError);

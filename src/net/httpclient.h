@@ -105,7 +105,7 @@ private Q_SLOTS:
     void slotError(QAbstractSocket::SocketError error);
     void slotBytesWritten(qint64 bytes);
     void slotEncryptedBytesWritten(qint64 bytes);
-    void slotSslErrors();
+    void slotSslErrors(const QList<QSslError>& errors);
     void slotDoFinished();
     void continuePost();
 
@@ -125,6 +125,7 @@ private:
 
     bool readResponseHead();
     bool handleProxyAuthentication();
+    void resendWithBody();
     bool readChunkedBody(QByteArray& data, bool& complete);
     bool readBody(QByteArray& data, bool& complete);
     void deliver(const QByteArray& data);
@@ -162,7 +163,9 @@ private:
     bool m_repost = false;
     bool m_hasFinishedWithError = false;
     bool m_pendingPost = false;
+    bool m_withoutBody = false;  // this send leaves the body for the next one
     QTimer* m_continueTimer;
+    QList<QSslError> m_sslErrors;
 };
 
 #endif

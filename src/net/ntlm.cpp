@@ -137,16 +137,17 @@ bool Ntlm::decodeChallenge(const QByteArray& message, Challenge& challenge)
 {
     if (message.size() < 32 || !message.startsWith(global_signature) || u32At(message, 8) != 2)
         return false;
-    QByteArray name;
-    if (!readSecurityBuffer(message, 12, name))
-        return false;
     challenge.flags = u32At(message, 20);
     challenge.serverChallenge = message.mid(24, 8);
+    // Servers of the older layout leave fields they don't use as garbage: only what
+    // the flags announce is read, and a bad name only matters if the name is needed.
+    QByteArray name;
+    challenge.hasTargetName = readSecurityBuffer(message, 12, name);
     challenge.targetName = (challenge.flags & NegotiateUnicode) ? fromUnicode(name)
                                                                 : QString::fromLatin1(name);
     challenge.targetInfo.clear();
-    if (message.size() >= 48 && !readSecurityBuffer(message, 40, challenge.targetInfo))
-        return false;
+    if (challenge.flags & NegotiateTargetInfo)
+        return readSecurityBuffer(message, 40, challenge.targetInfo);
     return true;
 }
 
@@ -183,6 +184,8 @@ QByteArray Ntlm::authenticateMessage(const Challenge& challenge, const QString& 
                                      const QString& workstation,
                                      const QByteArray& clientChallenge, qint64 timestamp)
 {
+    if (domain.isEmpty() && !challenge.hasTargetName)
+        return QByteArray();
     const qint64 serverTime = timestampFromTargetInfo(challenge.targetInfo);
     if (timestamp < 0)
         timestamp = serverTime >= 0 ? serverTime : fileTimeNow();

@@ -12,6 +12,7 @@ struct Challenge
     quint32 flags = 0;
     QByteArray serverChallenge;  // 8 bytes
     QString targetName;
+    bool hasTargetName = false;  // false: its buffer pointed outside the message
     QByteArray targetInfo;       // the AV pairs, as sent
 };
 
@@ -19,8 +20,9 @@ struct Challenge
 QByteArray negotiateMessage();
 // Message 2; false if it is not a well-formed challenge.
 bool decodeChallenge(const QByteArray& message, Challenge& challenge);
-// Message 3. The client challenge is 8 bytes; a timestamp of -1 means now, unless
-// the server gave one in its target information.
+// Message 3, empty if no domain is given and the challenge has no usable target
+// name. The client challenge is 8 bytes; a timestamp of -1 means now, unless the
+// server gave one in its target information.
 QByteArray authenticateMessage(const Challenge& challenge, const QString& user,
                                const QString& password, const QString& domain,
                                const QString& workstation, const QByteArray& clientChallenge,

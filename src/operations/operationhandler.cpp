@@ -52,7 +52,6 @@ HttpClient* OperationHandler::httpClient()
     // Made here rather than in the constructor: the handler is built on the
     // main thread, and the client's socket belongs to the handler's thread.
     m_httpClient = new HttpClient(this);
-    m_httpClient->ignoreSslErrors();
     connect(m_httpClient, &HttpClient::requestStarted, this, &OperationHandler::httpRequestStarted);
     connect(m_httpClient, &HttpClient::requestFinished, this, &OperationHandler::httpRequestFinished);
     connect(m_httpClient, &HttpClient::responseHeaderReceived, this,

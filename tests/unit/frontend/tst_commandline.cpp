@@ -52,6 +52,7 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("unknown cipher") << QStringList{"-e", "foo", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument foo ") << false;
     QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
     QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("ca-file at end") << QStringList{"a", "b", "--ca-file"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
     QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     // Keys are asked for as soon as one side is a store, or when the line does not name two paths.
     QTest::newRow("no access key, store destination") << QStringList{"a", "s3://b/x/"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;

@@ -17,23 +17,36 @@ const QByteArray global_targetInfo = QByteArray::fromHex(
     "01000c00530065007200760065007200"
     "00000000");
 
-QByteArray challengeMessage(quint32 flags, const QByteArray& info)
+const quint32 global_flagsWithInfo = 0x00808201;  // unicode, NTLM, always sign, target info
+const int global_autoOffset = -1;
+
+void putSecurityBuffer(QByteArray& m, int size, int offset)
+{
+    m += char(size) + QByteArray(1, '\0') + char(size) + QByteArray(1, '\0');
+    m += char(offset & 0xff) + QByteArray(1, char((offset >> 8) & 0xff)) + QByteArray(2, '\0');
+}
+
+// A message 2 whose head is `headSize` bytes: 32 in the oldest layout (no context,
+// no target info field), 48 without the version, 56 with it. The name "Domain" and
+// the target info follow, unless an offset is forced.
+QByteArray challengeMessage(quint32 flags, const QByteArray& info, int headSize = 56,
+                            int nameOffset = global_autoOffset, int infoOffset = global_autoOffset)
 {
     const QByteArray name = QByteArray::fromHex("44006f006d00610069006e00");  // "Domain"
     QByteArray m("NTLMSSP\0", 8);
     m += QByteArray::fromHex("02000000");
-    m += QByteArray::fromHex("0c000c0038000000");  // target name at 56
-    m += char(flags & 0xff);
-    m += char((flags >> 8) & 0xff);
-    m += char((flags >> 16) & 0xff);
-    m += char((flags >> 24) & 0xff);
+    putSecurityBuffer(m, int(name.size()), nameOffset == global_autoOffset ? headSize : nameOffset);
+    for (int shift = 0; shift < 32; shift += 8)
+        m += char((flags >> shift) & 0xff);
     m += global_serverChallenge;
-    m += QByteArray(8, '\0');
-    const int infoOffset = 56 + int(name.size());
-    m += char(info.size()) + QByteArray(1, '\0') + char(info.size()) + QByteArray(1, '\0');
-    m += char(infoOffset) + QByteArray(3, '\0');
-    m += QByteArray(8, '\0');  // version
-    return m + name + info;
+    if (headSize >= 48) {
+        m += QByteArray(8, '\0');  // context
+        const int autoInfo = headSize + int(name.size());
+        putSecurityBuffer(m, int(info.size()), infoOffset == global_autoOffset ? autoInfo : infoOffset);
+    }
+    if (headSize >= 56)
+        m += QByteArray(8, '\0');  // version
+    return m + name + (headSize >= 48 ? info : QByteArray());
 }
 
 // Reads one field of a message 3 back.
@@ -59,8 +72,8 @@ class TestAuthenticator : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void ntlmV2MatchesPublishedExample();
-    void ntlmAuthenticateMessageLayout();
+    void ntlmChallengeLayouts_data();
+    void ntlmChallengeLayouts();
     void ntlmExchangePhases();
     void strongestSchemeWins_data();
     void strongestSchemeWins();
@@ -69,39 +82,78 @@ private Q_SLOTS:
     void challengeOptions();
 };
 
-void TestAuthenticator::ntlmV2MatchesPublishedExample()
+void TestAuthenticator::ntlmChallengeLayouts_data()
 {
-    const QByteArray key = Ntlm::ntowfV2(global_user, global_password, global_domain);
-    QCOMPARE(key.toHex(), QByteArray("0c868a403bfd7a93a3001ef22ef02e3f"));
-    QCOMPARE(Ntlm::lmV2Response(key, global_serverChallenge, global_clientChallenge).toHex(),
-             QByteArray("86c35097ac9cec102554764a57cccc19aaaaaaaaaaaaaaaa"));
-    const QByteArray nt =
-        Ntlm::ntV2Response(key, global_serverChallenge, global_clientChallenge, 0, global_targetInfo);
-    QCOMPARE(nt.left(16).toHex(), QByteArray("68cd0ab851e51c96aabc927bebef6a1c"));
-    QCOMPARE(nt.size(), 16 + 28 + global_targetInfo.size() + 4);
+    QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<QString>("domain");
+    QTest::addColumn<bool>("decodes");
+    QTest::addColumn<bool>("withInfo");
+    QTest::addColumn<QString>("domainField");  // null: no message 3 can be made
+
+    const QByteArray info = global_targetInfo;
+    const quint32 noInfo = global_flagsWithInfo & ~0x00800000u;
+    QTest::newRow("target info announced") << challengeMessage(global_flagsWithInfo, info)
+                                           << QString() << true << true << "Domain";
+    QTest::newRow("no target info flag, head of 48")
+        << challengeMessage(noInfo, info, 48) << QString() << true << false << "Domain";
+    // The older layout leaves the unused field as garbage: it must not be read.
+    QTest::newRow("no target info flag, garbage info field")
+        << challengeMessage(noInfo, info, 56, global_autoOffset, 0xfff0) << QString() << true
+        << false << "Domain";
+    QTest::newRow("oldest layout, head of 32")
+        << challengeMessage(noInfo, info, 32) << QString() << true << false << "Domain";
+    QTest::newRow("garbage target name, domain given")
+        << challengeMessage(noInfo, info, 48, 0xfff0) << "Corp" << true << false << "Corp";
+    QTest::newRow("garbage target name, no domain")
+        << challengeMessage(noInfo, info, 48, 0xfff0) << QString() << true << false << QString();
+    QTest::newRow("target info announced but outside")
+        << challengeMessage(global_flagsWithInfo, info, 56, global_autoOffset, 0xfff0) << QString()
+        << false << false << QString();
+    QTest::newRow("negotiate message instead")
+        << QByteArray("NTLMSSP\0\1\0\0\0", 12) + QByteArray(40, '\0') << QString() << false
+        << false << QString();
+    QTest::newRow("cut short") << challengeMessage(global_flagsWithInfo, info).left(20)
+                               << QString() << false << false << QString();
 }
 
-void TestAuthenticator::ntlmAuthenticateMessageLayout()
+void TestAuthenticator::ntlmChallengeLayouts()
 {
+    QFETCH(QByteArray, message);
+    QFETCH(QString, domain);
+    QFETCH(bool, decodes);
+    QFETCH(bool, withInfo);
+    QFETCH(QString, domainField);
+
     Ntlm::Challenge challenge;
-    QVERIFY(Ntlm::decodeChallenge(challengeMessage(0x00808201, global_targetInfo), challenge));
+    QCOMPARE(Ntlm::decodeChallenge(message, challenge), decodes);
+    if (!decodes)
+        return;
     QCOMPARE(challenge.serverChallenge, global_serverChallenge);
-    QCOMPARE(challenge.targetName, QString("Domain"));
-    QCOMPARE(challenge.targetInfo, global_targetInfo);
+    QCOMPARE(challenge.targetInfo, withInfo ? global_targetInfo : QByteArray());
 
-    // No domain from the user: the server's target name stands in.
-    const QByteArray m = Ntlm::authenticateMessage(challenge, global_user, global_password,
-                                                   QString(), "WS", global_clientChallenge, 0);
+    const QByteArray m = Ntlm::authenticateMessage(challenge, global_user, global_password, domain,
+                                                   "WS", global_clientChallenge, 0);
+    if (domainField.isNull()) {
+        QVERIFY(m.isEmpty());
+        return;
+    }
     QVERIFY(m.startsWith(QByteArray("NTLMSSP\0\3\0\0\0", 12)));
-    QCOMPARE(field(m, 0).toHex(), QByteArray("86c35097ac9cec102554764a57cccc19aaaaaaaaaaaaaaaa"));
-    QCOMPARE(field(m, 1).left(16).toHex(), QByteArray("68cd0ab851e51c96aabc927bebef6a1c"));
-    QCOMPARE(field(m, 2), QByteArray::fromHex("44006f006d00610069006e00"));
-    QCOMPARE(field(m, 3), QByteArray::fromHex("5500730065007200"));
-    QCOMPARE(field(m, 4), QByteArray::fromHex("57005300"));
-
-    QVERIFY(!Ntlm::decodeChallenge(QByteArray("NTLMSSP\0\1\0\0\0", 12) + QByteArray(40, '\0'),
-                                   challenge));
-    QVERIFY(!Ntlm::decodeChallenge(challengeMessage(1, global_targetInfo).left(20), challenge));
+    const auto utf16 = [](const QString& s) {
+        return QByteArray(reinterpret_cast<const char*>(s.utf16()), s.size() * 2);
+    };
+    QCOMPARE(field(m, 2), utf16(domainField));
+    QCOMPARE(field(m, 3), utf16(global_user));
+    QCOMPARE(field(m, 4), utf16("WS"));
+    // The NTv2 blob carries the target info, and message 3 its flag, exactly when the
+    // challenge announced it.
+    QCOMPARE(field(m, 1).size(), 16 + 28 + (withInfo ? global_targetInfo.size() : 0) + 4);
+    QCOMPARE(bool(quint8(m.at(62)) & 0x80), withInfo);
+    if (withInfo) {
+        // The published example (its domain is the server's target name): LMv2 and
+        // the NTv2 proof as the protocol description gives them.
+        QCOMPARE(field(m, 0).toHex(), QByteArray("86c35097ac9cec102554764a57cccc19aaaaaaaaaaaaaaaa"));
+        QCOMPARE(field(m, 1).left(16).toHex(), QByteArray("68cd0ab851e51c96aabc927bebef6a1c"));
+    }
 }
 
 void TestAuthenticator::ntlmExchangePhases()
@@ -122,12 +174,24 @@ void TestAuthenticator::ntlmExchangePhases()
 
     auth.parseHttpResponse(
         challengeHead({ "Proxy-Authenticate: NTLM "
-                        + challengeMessage(0x00808201, global_targetInfo).toBase64() }),
+                        + challengeMessage(global_flagsWithInfo, global_targetInfo).toBase64() }),
         true);
     const QByteArray third = QByteArray::fromBase64(auth.calculateResponse("GET", "/").mid(5));
     QCOMPARE(auth.phase(), Authenticator::Done);
     QVERIFY(third.startsWith(QByteArray("NTLMSSP\0\3\0\0\0", 12)));
     QCOMPARE(field(third, 3), QByteArray::fromHex("5500730065007200"));
+
+    // A bare offer right after message 3 is a refusal, not a reason to start again.
+    Authenticator refused = auth;
+    refused.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM" }), true);
+    QCOMPARE(refused.phase(), Authenticator::Done);
+    // The connection is authenticated: the next request carries nothing, and a bare
+    // offer then (a new connection) starts a new exchange.
+    QCOMPARE(auth.calculateResponse("GET", "/"), QByteArray());
+    auth.setCredentials("Domain\\User", global_password);
+    QCOMPARE(auth.phase(), Authenticator::Done);
+    auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM" }), true);
+    QCOMPARE(auth.phase(), Authenticator::Start);
 
     // A challenge that does not decode gives an empty answer.
     Authenticator broken;

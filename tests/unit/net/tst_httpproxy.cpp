@@ -3,11 +3,13 @@
 #include <QtTest>
 
 #include "net/httpclient.h"
+#include "net/tlssettings.h"
 #include "scriptedserver.h"
 
 // The client against servers it did not come with: squid as an authenticating proxy
 // (Basic through basic_ncsa_auth, Digest through digest_file_auth), in the clear and
-// tunnelled with CONNECT, and "openssl s_server" as the TLS origin.
+// tunnelled with CONNECT, and "openssl s_server" as the TLS origin, whose certificate
+// is checked.
 
 namespace {
 
@@ -61,7 +63,8 @@ struct Outcome
     QByteArray sentHead;
 };
 
-Outcome fetch(HttpClient::ConnectionMode mode, quint16 port, const QByteArray& path)
+Outcome fetch(HttpClient::ConnectionMode mode, quint16 port, const QByteArray& path,
+             const QByteArray& host = "127.0.0.1", QIODevice* body = nullptr)
 {
     HttpClient client;
     Outcome out;
@@ -79,13 +82,15 @@ Outcome fetch(HttpClient::ConnectionMode mode, quint16 port, const QByteArray& p
         out.text = client.errorString();
         out.status = client.lastResponse().statusCode();
     });
-    client.setHost("127.0.0.1", mode, port);
+    client.setHost(host, mode, port);
     const QByteArray scheme = mode == HttpClient::ConnectionModeHttps ? "https" : "http";
-    HttpRequestHeader head(HttpRequestHeader::GetMethod,
-                           QUrl::fromEncoded(scheme + "://127.0.0.1:" + QByteArray::number(port)
-                                             + path));
-    head.addField(HttpField("Host", "127.0.0.1:" + QByteArray::number(port)));
-    id = client.request(head);
+    const QByteArray authority = host + ':' + QByteArray::number(port);
+    HttpRequestHeader head(body ? HttpRequestHeader::PutMethod : HttpRequestHeader::GetMethod,
+                           QUrl::fromEncoded(scheme + "://" + authority + path));
+    head.addField(HttpField("Host", authority));
+    if (body)
+        head.addField(HttpField("Expect", "100-continue"));
+    id = client.request(head, body);
     if (!QTest::qWaitFor([&] { return done; }, 20000))
         out.text = QStringLiteral("no answer");
     return out;
@@ -100,9 +105,12 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void cleanup();
-    void directTlsIgnoresCertificateErrors();
+    void tlsVerification_data();
+    void tlsVerification();
     void throughProxy_data();
     void throughProxy();
+    void uploadHeldBackThroughProxy_data();
+    void uploadHeldBackThroughProxy();
     void digestServesLaterRequestsOnOneConnection();
 
 private:
@@ -117,6 +125,7 @@ private:
     quint16 m_digestPort = 0;
     quint16 m_tlsPort = 0;
     const QByteArray m_page = "a page served over TLS\n";
+    QSslConfiguration m_defaultTls;
 };
 
 bool TestHttpProxy::startSquid(QProcess& squid, quint16 port, const QString& name,
@@ -168,8 +177,11 @@ void TestHttpProxy::initTestCase()
     digest.write("robin:secret\n");
     digest.close();
 
-    run("openssl", { "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
-                     "/CN=localhost", "-keyout", path("key.pem"), "-out", path("cert.pem") });
+    m_defaultTls = QSslConfiguration::defaultConfiguration();
+    run("openssl", { "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                     "-nodes", "-days", "1", "-subj", "/CN=localhost", "-addext",
+                     "subjectAltName=DNS:localhost", "-keyout", path("key.pem"), "-out",
+                     path("cert.pem") });
     QVERIFY(QFile::exists(path("cert.pem")));
     QFile page(path("page.txt"));
     QVERIFY(page.open(QIODevice::WriteOnly));
@@ -210,14 +222,44 @@ void TestHttpProxy::cleanupTestCase()
 void TestHttpProxy::cleanup()
 {
     QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    QSslConfiguration::setDefaultConfiguration(m_defaultTls);
+    TlsSettings::setInsecure(false);
 }
 
-void TestHttpProxy::directTlsIgnoresCertificateErrors()
+// The origin's certificate is self-signed, for "localhost" only.
+void TestHttpProxy::tlsVerification_data()
 {
-    const Outcome out = fetch(HttpClient::ConnectionModeHttps, m_tlsPort, "/page.txt");
-    QVERIFY2(!out.failed, qPrintable(out.text));
-    QCOMPARE(out.status, 200);
-    QCOMPARE(out.body, m_page);
+    QTest::addColumn<QString>("trust");  // "", "ca-file" or "insecure"
+    QTest::addColumn<QByteArray>("host");
+    QTest::addColumn<QString>("refusal");  // empty: the page comes
+
+    QTest::newRow("untrusted") << "" << QByteArray("localhost") << "self-signed";
+    QTest::newRow("trusted by the CA file") << "ca-file" << QByteArray("localhost") << "";
+    QTest::newRow("trusted, but for another name")
+        << "ca-file" << QByteArray("127.0.0.1") << "host name did not match";
+    QTest::newRow("insecure") << "insecure" << QByteArray("127.0.0.1") << "";
+}
+
+void TestHttpProxy::tlsVerification()
+{
+    QFETCH(QString, trust);
+    QFETCH(QByteArray, host);
+    QFETCH(QString, refusal);
+    QString message;
+    if (trust == "ca-file")
+        QVERIFY2(TlsSettings::addCaFile(path("cert.pem"), &message), qPrintable(message));
+    TlsSettings::setInsecure(trust == "insecure");
+
+    const Outcome out = fetch(HttpClient::ConnectionModeHttps, m_tlsPort, "/page.txt", host);
+    if (refusal.isEmpty()) {
+        QVERIFY2(!out.failed, qPrintable(out.text));
+        QCOMPARE(out.body, m_page);
+        return;
+    }
+    QVERIFY(out.failed);
+    QCOMPARE(out.status, -1);
+    QVERIFY2(out.text.startsWith("Certificate of " + host + " not trusted: "), qPrintable(out.text));
+    QVERIFY2(out.text.contains(refusal), qPrintable(out.text));
 }
 
 void TestHttpProxy::throughProxy_data()
@@ -256,8 +298,11 @@ void TestHttpProxy::throughProxy()
 
     // openssl's file server takes no query.
     const QByteArray target = tunnel ? "/page.txt" : "/page.txt?x=1";
-    const Outcome out = tunnel ? fetch(HttpClient::ConnectionModeHttps, m_tlsPort, target)
-                               : fetch(HttpClient::ConnectionModeHttp, origin.port(), target);
+    QString message;
+    QVERIFY2(TlsSettings::addCaFile(path("cert.pem"), &message), qPrintable(message));
+    const Outcome out = tunnel
+        ? fetch(HttpClient::ConnectionModeHttps, m_tlsPort, target, "localhost")
+        : fetch(HttpClient::ConnectionModeHttp, origin.port(), target);
     QCOMPARE(out.code, code);
     if (code != 0) {
         QVERIFY(out.failed);
@@ -277,7 +322,7 @@ void TestHttpProxy::throughProxy()
                 log.open(QIODevice::ReadOnly);
                 const QByteArray all = log.readAll();
                 log.close();
-                return all.contains("CONNECT 127.0.0.1:" + QByteArray::number(m_tlsPort) + " robin");
+                return all.contains("CONNECT localhost:" + QByteArray::number(m_tlsPort) + " robin");
             },
             5000));
     } else {
@@ -289,6 +334,55 @@ void TestHttpProxy::throughProxy()
         QVERIFY(originHead.toLower().contains("via:"));
         QVERIFY(!originHead.toLower().contains("proxy-authorization"));
     }
+}
+
+// A fresh client's first upload meets the challenge while its body is held back for
+// a 100: it must not go on with that connection, where the proxy would read the
+// resent request as the body.
+void TestHttpProxy::uploadHeldBackThroughProxy_data()
+{
+    QTest::addColumn<QString>("scheme");
+    QTest::addColumn<int>("size");
+    for (const QString scheme : { "basic", "digest" }) {
+        for (const int size : { 0, 5000, 300000 })
+            QTest::newRow(qPrintable(QStringLiteral("%1, %2 bytes").arg(scheme).arg(size)))
+                << scheme << size;
+    }
+}
+
+void TestHttpProxy::uploadHeldBackThroughProxy()
+{
+    QFETCH(QString, scheme);
+    QFETCH(int, size);
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(
+        QNetworkProxy::HttpProxy, "127.0.0.1", scheme == "basic" ? m_basicPort : m_digestPort,
+        "robin", "secret"));
+    QByteArray received;
+    ScriptedServer origin([&](QTcpSocket* s, QByteArray& in) {
+        QByteArray head;
+        if (received.isNull() && ScriptedServer::takeRequest(in, &head)) {
+            received = "";
+            if (head.toLower().contains("expect: 100-continue"))
+                s->write("HTTP/1.1 100 Continue\r\n\r\n");
+        }
+        if (!received.isNull()) {
+            received += in;
+            in.clear();
+            if (received.size() >= size)
+                s->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+        }
+    });
+    QByteArray data(size, Qt::Uninitialized);
+    for (int i = 0; i < size; ++i)
+        data[i] = char('a' + i % 26);
+    QBuffer body(&data);
+    QElapsedTimer timer;
+    timer.start();
+    const Outcome out = fetch(HttpClient::ConnectionModeHttp, origin.port(), "/up", "127.0.0.1", &body);
+    QVERIFY2(!out.failed, qPrintable(out.text));
+    QCOMPARE(out.status, 200);
+    QCOMPARE(received, data);
+    QVERIFY2(timer.elapsed() < 10000, "stalled");
 }
 
 // Later requests reuse the nonce with a rising count, on the kept connection.

@@ -26,6 +26,9 @@ QProcessEnvironment envWithKeys()
     env.insert("QUORLES_ACCESS_KEY", "AKTEST");
     env.insert("QUORLES_SECRET_KEY", "SKTEST");
     env.remove("QUORLES_ENCRYPTION_PASSWORD");
-    env.remove("http_proxy");
+    for (const char* proxy : { "http_proxy", "https_proxy", "no_proxy" }) {
+        env.remove(proxy);
+        env.remove(QString::fromLatin1(proxy).toUpper());
+    }
     return env;
 }
