@@ -77,6 +77,7 @@ private:
     Outcome takePasswordOption(QStringList& args, int index);
     Outcome takeThreadsOption(QStringList& args, int index);
     Outcome takePortOption(QStringList& args, int index);
+    Outcome takeMultipartThresholdOption(QStringList& args, int index);
     int finishArguments();
     void readDecryptionPasswordsFromEnvironment();
     static void applyHttpProxyFromEnvironment();

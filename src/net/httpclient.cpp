@@ -465,7 +465,7 @@ bool HttpClient::readChunkedBody(QByteArray& data, bool& complete)
             if (semicolon >= 0)
                 sizeLine.truncate(semicolon);
             bool ok = false;
-            const int size = sizeLine.trimmed().toInt(&ok, 16);
+            const qint64 size = sizeLine.trimmed().toLongLong(&ok, 16);
             if (!ok || size < 0)
                 return fail();
             m_chunkedSize = size == 0 ? -2 : size;

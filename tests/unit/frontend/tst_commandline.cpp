@@ -44,6 +44,10 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("threads zero") << QStringList{"-t", "0", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     QTest::newRow("threads not a number") << QStringList{"--THREADS", "x", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --THREADS x") << false;
     QTest::newRow("threads too many") << QStringList{"-t", "32769", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument -t 32769") << false;
+    QTest::newRow("threshold below 5M") << QStringList{"--multipart-threshold", "5242879", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold 5242879 : a size from 5M to 5G is expected, such as 64M or 1G") << false;
+    QTest::newRow("threshold above 5G") << QStringList{"a", "b", "--multipart-threshold", "6G"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold 6G : a size from 5M to 5G is expected, such as 64M or 1G") << false;
+    QTest::newRow("threshold unparsable") << QStringList{"--multipart-threshold", "64MB", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold 64MB : a size from 5M to 5G is expected, such as 64M or 1G") << false;
+    QTest::newRow("threshold at end") << QStringList{"a", "b", "--multipart-threshold"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold  : a size from 5M to 5G is expected, such as 64M or 1G") << false;
     QTest::newRow("port zero") << QStringList{"--port", "0", "a", "b"} << true << int(Err) << QByteArray("\nInvalid port") << false;
     QTest::newRow("port too high") << QStringList{"--port", "65536", "a", "b"} << true << int(Err) << QByteArray("\nInvalid port") << false;
     QTest::newRow("port text") << QStringList{"a", "b", "--port", "x"} << true << int(Err) << QByteArray("\nInvalid port") << false;
@@ -133,21 +137,22 @@ void TestCommandLine::helpScreenLines_data()
     QTest::newRow("52") << 52 << "                              separator, not backslash (\\).";
     QTest::newRow("53") << 53 << "";
     QTest::newRow("55") << 55 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
-    QTest::newRow("78") << 78 << "                              aes-128-ofb  28 bit AES in OFB mode";
-    QTest::newRow("86") << 86 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
-    QTest::newRow("93") << 93 << "                              (Amazon S3 Only)";
-    QTest::newRow("115") << 115 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
-    QTest::newRow("119") << 119 << "";
+    QTest::newRow("56") << 56 << "   --multipart-threshold SIZE Upload files above SIZE in parts (default: 64M)";
+    QTest::newRow("79") << 79 << "                              aes-128-ofb  28 bit AES in OFB mode";
+    QTest::newRow("87") << 87 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
+    QTest::newRow("94") << 94 << "                              (Amazon S3 Only)";
+    QTest::newRow("116") << 116 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
+    QTest::newRow("120") << 120 << "";
 }
 
-// 119 lines, each printed with its line feed in front.
+// 120 lines, each printed with its line feed in front.
 void TestCommandLine::helpScreenLines()
 {
     QFETCH(int, number);
     QFETCH(QString, line);
     const ToolRun run = runTool({"--help"}, envWithKeys());
     const QStringList lines = QString::fromUtf8(run.out).split('\n');
-    QCOMPARE(lines.size(), 120);
+    QCOMPARE(lines.size(), 121);
     QCOMPARE(lines.first(), QString());
     QCOMPARE(lines.at(number), line);
 }
