@@ -40,7 +40,7 @@ upload() {
 # check_stored VARIANT WHAT : the object, as aws fetches it, opens to the file
 check_stored() {
   local raw=$E2E_WORK/raw-$1
-  s3_aws s3api get-object --bucket "$BUCKET" --key "$1/big.bin" "$raw" >/dev/null
+  s3_aws s3api get-object --bucket "$BUCKET" --key "$1/big.bin" "$raw" >/dev/null || : >"$raw"
   e2e_check "$1: $2: the stored object opens to the file" cmp "$E2E_WORK/$1/big.bin" <(decode "$1" "$raw")
   rm -f "$raw"
 }
@@ -54,6 +54,8 @@ run_on() {
     mkdir -p "$E2E_WORK/$v"
     head -c $(( SIZE_MIB * 1024 * 1024 )) /dev/urandom >"$E2E_WORK/$v/big.bin"
     touch -d '2020-01-01 00:00:00' "$E2E_WORK/$v/big.bin"
+    # a destination prefix exists once a folder object makes it
+    s3_aws --path s3api put-object --bucket "$BUCKET" --key "$v/" >/dev/null
 
     s3_log_mark
     upload "$v"
