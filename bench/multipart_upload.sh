@@ -53,7 +53,7 @@ for label in "512 MiB: quorle in parts" "512 MiB: quorle single PUT"; do
 done
 
 echo
-for mib in ${BENCH_SWEEP_MIB:-16 32 64 128 256}; do
+for mib in ${BENCH_SWEEP_MIB:-16 64 256}; do
   mkdir -p "$work/s$mib"
   head -c $(( mib * 1024 * 1024 )) /dev/urandom >"$work/s$mib/file.bin"
   send "$mib MiB: in parts" "$work/s$mib/file.bin" --multipart-threshold 5M

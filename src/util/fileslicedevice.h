@@ -17,6 +17,8 @@ public:
     qint64 size() const override { return m_length; }
     bool seek(qint64 pos) override;
 
+    static const QString _shorterFile;
+
 protected:
     qint64 readData(char* data, qint64 maxSize) override;
     qint64 writeData(const char*, qint64) override { return -1; }

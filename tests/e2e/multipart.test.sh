@@ -88,6 +88,27 @@ run_on() {
     e2e_check "$v: download: same bytes" cmp "$E2E_WORK/$v/big.bin" "$back/big.bin"
     rm -rf "$back" "$E2E_WORK/$v"
   done
+  # A file cut short while its parts go up: the parts that can't be read fail for good, and the
+  # upload is aborted, so that the store lists nothing left behind.
+  mkdir -p "$E2E_WORK/cut"
+  head -c $(( 2 * SIZE_MIB * 1024 * 1024 )) /dev/urandom >"$E2E_WORK/cut/big.bin"
+  s3_aws --path s3api put-object --bucket "$BUCKET" --key "cut/" >/dev/null
+  s3_log_mark
+  ( e2e_quorle --multipart-threshold 8M -t 1 --endpoint "$S3_HOST" --port "$S3_PORT" "$E2E_WORK/cut/" \
+      "s3://$BUCKET/cut/"; echo "$E2E_STATUS" >"$E2E_WORK/cut.status" ) &
+  local i
+  for (( i = 0; i < 100; i++ )); do
+    (( $(s3_request_count '^PUT [^ ]*\?partNumber=') > 0 )) && break
+    sleep 0.1
+  done
+  truncate -s 1M "$E2E_WORK/cut/big.bin"
+  wait
+  if [[ $(<"$E2E_WORK/cut.status") == 0 ]]; then
+    e2e_skip "cut file: the upload ended before the file was cut"
+  else
+    e2e_pass "cut file: exit code 1"
+    e2e_expect_eq "cut file: the upload was aborted" 1 "$(s3_request_count '^DELETE [^ ]*\?uploadId=')"
+  fi
   e2e_expect_eq "no upload left open" "" "$(s3_aws s3api list-multipart-uploads --bucket "$BUCKET" \
     --query 'Uploads[].Key' --output text | grep -v '^None$' || true)"
   s3_remove_bucket "$BUCKET" 2>/dev/null

@@ -258,7 +258,6 @@ void TestMultipartUpload::upload()
              QCryptographicHash::hash(data, QCryptographicHash::Md5).toBase64());
     QCOMPARE(headerValue(initiate.first().head, "x-amz-meta-brindlebox-content-length"),
              QByteArray::number(data.size()));
-    QCOMPARE(headerValue(initiate.first().head, "Content-Type"), QByteArray("application/octet-stream"));
 
     const QByteArray encodedId = "uploadId=" + QUrl::toPercentEncoding(QString::fromLatin1(global_uploadId));
     const QList<Request> parts = store.withQuery("?partNumber=");
@@ -267,7 +266,6 @@ void TestMultipartUpload::upload()
         QVERIFY2(part.line.endsWith('&' + encodedId), part.line.constData());
         const int number = part.line.mid(part.line.indexOf("partNumber=") + 11).split('&').first().toInt();
         QCOMPARE(part.body, data.mid(qint64(number - 1) * Multipart::_minimumPartSize, Multipart::_minimumPartSize));
-        QCOMPARE(headerValue(part.head, "Content-Length"), QByteArray::number(part.body.size()));
     }
 
     const QList<Request> deletes = store.withQuery("DELETE");
