@@ -16,7 +16,7 @@ public:
     // Stores refuse parts below 5 MiB (but the last), and 10,000 parts at most.
     static constexpr qint64 _minimumThreshold = Q_INT64_C(5) * 1024 * 1024;
     static constexpr qint64 _minimumPartSize = Q_INT64_C(8) * 1024 * 1024;
-    static constexpr qint64 _defaultThreshold = Q_INT64_C(64) * 1024 * 1024;
+    static constexpr qint64 _defaultThreshold = Q_INT64_C(1024) * 1024 * 1024;
     static constexpr int _maximumPartCount = 10000;
     // The largest object that one PUT, or one copy, may make.
     static constexpr qint64 _maximumSinglePut = Q_INT64_C(5) * 1024 * 1024 * 1024;

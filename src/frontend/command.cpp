@@ -391,7 +391,7 @@ void Command::showStorageOptions()
         QString(),
         QStringLiteral("Storage :"),
         QStringLiteral("   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)"),
-        QStringLiteral("   --multipart-threshold SIZE Upload files above SIZE in parts (default: 64M)"),
+        QStringLiteral("   --multipart-threshold SIZE Upload files above SIZE in parts (default: 1G)"),
     });
 }
 

@@ -137,7 +137,7 @@ void TestCommandLine::helpScreenLines_data()
     QTest::newRow("52") << 52 << "                              separator, not backslash (\\).";
     QTest::newRow("53") << 53 << "";
     QTest::newRow("55") << 55 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
-    QTest::newRow("56") << 56 << "   --multipart-threshold SIZE Upload files above SIZE in parts (default: 64M)";
+    QTest::newRow("56") << 56 << "   --multipart-threshold SIZE Upload files above SIZE in parts (default: 1G)";
     QTest::newRow("79") << 79 << "                              aes-128-ofb  28 bit AES in OFB mode";
     QTest::newRow("87") << 87 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
     QTest::newRow("94") << 94 << "                              (Amazon S3 Only)";
