@@ -122,9 +122,15 @@ void CopyLocalFileToWSOperation::skipTransfer()
     addToTransferSize(-m_size);
 }
 
+bool CopyLocalFileToWSOperation::needsPlainMd5() const
+{
+    // A multipart ETag is no MD5: the object then carries the plain one.
+    return isEncoded(m_clientSideEncryption) || m_multipart.appliesTo(m_size);
+}
+
 void CopyLocalFileToWSOperation::start()
 {
-    if (isEncoded(m_clientSideEncryption))
+    if (needsPlainMd5())
         appendMd5(QSharedPointer<QIODevice>(), SourceMd5Tag);
     else if (m_computeMd5)
         appendMd5(QSharedPointer<QIODevice>(), ContentMd5Tag);
@@ -166,10 +172,16 @@ void CopyLocalFileToWSOperation::takeEncodedForm(const QSharedPointer<QIODevice>
         // Never with encryption: the store must not see a gzip claim on cipher text.
         m_metadata.append(HttpField("Content-Encoding", "gzip"));
     }
-    if (isEncoded(m_clientSideEncryption)) {
-        m_metadata.append(HttpField(account->xMetaBrindleboxETag(), m_sourceMd5.toBase64()));
-        m_metadata.append(HttpField(account->xMetaBrindleboxContentLength(), QByteArray::number(m_size)));
-    }
+    appendPlainContentFields();
+}
+
+// The plain size and MD5, by which a later run compares the object with the
+// file without fetching it.
+void CopyLocalFileToWSOperation::appendPlainContentFields()
+{
+    const QSharedPointer<AbstractAccount> account = m_destinationFolder->account();
+    m_metadata.append(HttpField(account->xMetaBrindleboxETag(), m_sourceMd5.toBase64()));
+    m_metadata.append(HttpField(account->xMetaBrindleboxContentLength(), QByteArray::number(m_size)));
     if (m_computeMd5)
         appendComputeMd5AfterOp();
     else
@@ -259,7 +271,10 @@ void CopyLocalFileToWSOperation::takeMd5(AbstractOperation* child)
     const QByteArray md5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;
     if (child->tag() == SourceMd5Tag) {
         m_sourceMd5 = md5;
-        appendEncryptOp();
+        if (isEncoded(m_clientSideEncryption))
+            appendEncryptOp();
+        else
+            appendPlainContentFields();
     } else {
         m_contentMd5 = md5;
         appendUploadToWSOp();

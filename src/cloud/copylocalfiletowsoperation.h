@@ -63,6 +63,8 @@ private:
     BrindleLib::OverwriteMode topLevelMode();
     void appendHead();
     void start();
+    bool needsPlainMd5() const;
+    void appendPlainContentFields();
     void appendComputeMd5AfterOp();
     void appendEncryptOp();
     void appendUploadToWSOp();

@@ -6,12 +6,16 @@
 #include "cloud/getcloudfileacloperation.h"
 #include "cloud/gets3containeracloperation.h"
 #include "cloud/headwsfileoperation.h"
+#include "cloud/multipartuploadoperation.h"
+#include "cloud/uploadatomicoperation.h"
+#include "crypto/multipart.h"
 #include "cloud/puts3acloperation.h"
 #include "cloud/wslistoperation.h"
 #include "items/abstractaccount.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstracts3folder.h"
 #include "items/driver.h"
+#include "net/timeoffset.h"
 #include "operations/overwriteconfirmoperation.h"
 
 CopyWSFileToWSOperation::CopyWSFileToWSOperation(OperationGroup* parent,
@@ -42,9 +46,17 @@ BrindleLib::OverwriteMode CopyWSFileToWSOperation::topLevelMode()
     return static_cast<OperationGroup*>(top)->overwriteMode();
 }
 
+// A single copy stops at 5 GiB; beyond, the store copies ranges as parts.
+bool CopyWSFileToWSOperation::isCopiedInParts() const
+{
+    return m_source->size() > Multipart::_maximumSinglePut;
+}
+
+// A copy in parts starts a new upload, which takes the metadata of no
+// object: the source's is read to be given again.
 bool CopyWSFileToWSOperation::needsSourceHead() const
 {
-    return m_overwriteMode.keepMetadata() || m_metadataDirective.directive() == MetadataDirective::MergeDirective
+    return isCopiedInParts() || m_overwriteMode.keepMetadata() || m_metadataDirective.directive() == MetadataDirective::MergeDirective
         || m_serverSideEncryption.mode() == ServerSideEncryption::KeepExisting;
 }
 
@@ -120,6 +132,19 @@ void CopyWSFileToWSOperation::nextOp()
 
 void CopyWSFileToWSOperation::appendCopy()
 {
+    if (isCopiedInParts()) {
+        const Metadata metadata = m_metadataDirective.directive() == MetadataDirective::ReplaceDirective
+            ? m_metadataDirective.metadata()
+            : m_sourceMetadata;
+        const Metadata fields = UploadAtomicOperation::objectFields(m_destination->account(), m_name, metadata,
+                                                                    m_aclDirective.canned(), m_storageDirective,
+                                                                    m_serverSideEncryption);
+        // Parts of 1 GiB or more: each is one request that moves no byte here.
+        append(new MultipartUploadOperation(this, Driver::createChildFile(m_destination, m_name), m_source,
+                                            qMax(Multipart::partSizeFor(m_source->size()), Multipart().partSize()),
+                                            fields, Multipart().partsInFlight()));
+        return;
+    }
     append(new CopyWSFileToWSAtomicOperation(this, m_source, m_destination, m_name, m_aclDirective.canned(),
                                              m_metadataDirective, m_storageDirective, m_serverSideEncryption));
 }
@@ -152,7 +177,13 @@ bool CopyWSFileToWSOperation::prepareNextOperation(AbstractOperation* child)
             takeAcl(static_cast<GetS3ContainerAclOperation*>(child)->acl);
         break;
     case CopyWSFileToWSAtomicType:
-        takeCopy(child);
+        if (goOn && static_cast<CopyWSFileToWSAtomicOperation*>(child)->httpResponseHeader().statusCode() == 200)
+            takeCopy(static_cast<CopyWSFileToWSAtomicOperation*>(child)->file());
+        goOn = false;
+        break;
+    case MultipartUploadType:
+        if (goOn)
+            takeCopyInParts(static_cast<MultipartUploadOperation*>(child));
         goOn = false;
         break;
     default:
@@ -170,7 +201,7 @@ bool CopyWSFileToWSOperation::takeSourceHead(const HeadWSFileOperation* head)
         m_serverSideEncryption = head->serverSideEncryption
             ? ServerSideEncryption(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256)
             : ServerSideEncryption();
-    if (m_overwriteMode.keepMetadata())
+    if (m_overwriteMode.keepMetadata() || isCopiedInParts())
         m_sourceMetadata = head->metadata;
     if (m_metadataDirective.directive() == MetadataDirective::MergeDirective) {
         // An empty value removes the field; any other replaces it.
@@ -260,12 +291,8 @@ void CopyWSFileToWSOperation::takeAcl(const QSharedPointer<AbstractAcl>& acl)
 
 // An ACL with a canned name went in the copy's head; any other needs a
 // request of its own on the new object.
-void CopyWSFileToWSOperation::takeCopy(AbstractOperation* child)
+void CopyWSFileToWSOperation::takeCopy(const QSharedPointer<AbstractCloudFile>& file)
 {
-    auto* copy = static_cast<CopyWSFileToWSAtomicOperation*>(child);
-    if (!child->error().isNull() || copy->httpResponseHeader().statusCode() != 200)
-        return;
-    const QSharedPointer<AbstractCloudFile> file = copy->file();
     {
         FastMutexLocker locker(m_resultMutex);
         m_copiedFile = file;
@@ -273,6 +300,19 @@ void CopyWSFileToWSOperation::takeCopy(AbstractOperation* child)
     const QSharedPointer<AbstractAcl> acl = m_aclDirective.acl();
     if (m_aclDirective.directive() == AclDirective::UseAcl && acl && acl->canned() == AbstractAcl::NotCanned)
         append(new PutS3AclOperation(this, file, acl));
+}
+
+// The completion's answer names no size or checksum: the size is the
+// source's, and its plain MD5, if any, came along in the metadata.
+void CopyWSFileToWSOperation::takeCopyInParts(const MultipartUploadOperation* upload)
+{
+    const QSharedPointer<AbstractCloudFile> file = Driver::createChildFile(m_destination, m_name);
+    file->setSize(m_source->size());
+    file->setLastModified(
+        fromHttpDate(QString::fromLatin1(upload->completionAnswer().field("Date").value())).toLocalTime());
+    if (const QSharedPointer<AbstractUser> owner = Driver::accountOwner(m_destination->account()))
+        file->setOwner(owner);
+    takeCopy(file);
 }
 
 QSharedPointer<AbstractCloudFile> CopyWSFileToWSOperation::copiedFile() const

@@ -14,6 +14,7 @@
 class AbstractCloudFile;
 class AbstractS3Folder;
 class HeadWSFileOperation;
+class MultipartUploadOperation;
 class WSListOperation;
 
 // Copies an object to a folder of the same store without a byte through the
@@ -50,6 +51,7 @@ private:
     // Appends the first preparatory step not done yet, or the copy itself.
     void nextOp();
     bool needsSourceHead() const;
+    bool isCopiedInParts() const;
     bool needsDestinationHead();
     bool needsVersions() const;
     BrindleLib::OverwriteMode topLevelMode();
@@ -62,7 +64,8 @@ private:
     bool takeOverwriteAnswer(BrindleLib::OverwriteMode answer);
     void takeVersions(const WSListOperation* list);
     void takeAcl(const QSharedPointer<AbstractAcl>& acl);
-    void takeCopy(AbstractOperation* child);
+    void takeCopy(const QSharedPointer<AbstractCloudFile>& file);
+    void takeCopyInParts(const MultipartUploadOperation* upload);
     // The old object's fields stay; the fields that describe the content
     // follow the source.
     Metadata keptMetadata(const Metadata& target) const;

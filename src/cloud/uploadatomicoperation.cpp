@@ -47,26 +47,36 @@ Metadata UploadAtomicOperation::httpFieldList() const
 {
     const QSharedPointer<AbstractAccount> account = this->account();
     Metadata fields = WSObjectOperation::httpFieldList();
-    fields.append(m_metadata);
-    // A type that the file's own metadata names wins over the table.
-    if (!fields.contains(_contentType)) {
-        const QString type = ContentTypesManager::instance()->get(fileExtension(m_source->name()));
-        fields.append(HttpField(_contentType, type.toLatin1()));
-    }
+    fields.append(objectFields(account, m_source->name(), m_metadata, m_canned, m_storageDirective,
+                               m_serverSideEncryption));
     fields.append(HttpField(_contentLength, QByteArray::number(m_size)));
     if (account->hasFeature(AbstractAccount::ExpectContinueFeature))
         fields.append(HttpField(_expect, _100Continue));
-    AclRequestHelpers::appendCannedField(fields, account, m_canned);
-    // Stores without the feature get no word of it rather than a refusal.
-    if (m_storageDirective.mode() == StorageDirective::SetMode
-        && m_storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage
-        && account->hasFeature(AbstractAccount::StorageClassFeature))
-        fields.append(HttpField(account->xStorageClass(), _reducedRedundancy));
-    if (m_serverSideEncryption.mode() == ServerSideEncryption::Enabled
-        && m_serverSideEncryption.algorithm() == ServerSideEncryption::Aes256
-        && account->hasFeature(AbstractAccount::ServerSideEncryptionFeature))
-        fields.append(HttpField(account->xServerSideEncryption(), _aes256));
     if (!m_contentMd5.isEmpty())
         fields.append(HttpField("Content-MD5", m_contentMd5.toBase64()));
+    return fields;
+}
+
+Metadata UploadAtomicOperation::objectFields(const QSharedPointer<AbstractAccount>& account, const QString& name,
+                                             const Metadata& metadata, AbstractAcl::Canned canned,
+                                             const StorageDirective& storageDirective,
+                                             const ServerSideEncryption& serverSideEncryption)
+{
+    Metadata fields = metadata;
+    // A type that the file's own metadata names wins over the table.
+    if (!fields.contains(_contentType)) {
+        const QString type = ContentTypesManager::instance()->get(fileExtension(name));
+        fields.append(HttpField(_contentType, type.toLatin1()));
+    }
+    AclRequestHelpers::appendCannedField(fields, account, canned);
+    // Stores without the feature get no word of it rather than a refusal.
+    if (storageDirective.mode() == StorageDirective::SetMode
+        && storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage
+        && account->hasFeature(AbstractAccount::StorageClassFeature))
+        fields.append(HttpField(account->xStorageClass(), _reducedRedundancy));
+    if (serverSideEncryption.mode() == ServerSideEncryption::Enabled
+        && serverSideEncryption.algorithm() == ServerSideEncryption::Aes256
+        && account->hasFeature(AbstractAccount::ServerSideEncryptionFeature))
+        fields.append(HttpField(account->xServerSideEncryption(), _aes256));
     return fields;
 }

@@ -12,6 +12,7 @@
 #include "crypto/storagedirective.h"
 #include "net/metadata.h"
 
+class AbstractAccount;
 class AbstractS3Folder;
 class LocalFile;
 
@@ -41,6 +42,12 @@ public:
     bool initializeRequestDataDevice() override;
     void requestFinished() override {}
     Metadata httpFieldList() const override;
+    // The headers that describe the object itself (metadata, type, ACL,
+    // storage class, encryption), apart from those of its body.
+    static Metadata objectFields(const QSharedPointer<AbstractAccount>& account, const QString& name,
+                                 const Metadata& metadata, AbstractAcl::Canned canned,
+                                 const StorageDirective& storageDirective,
+                                 const ServerSideEncryption& serverSideEncryption);
 
     QSharedPointer<LocalFile> source() const { return m_source; }
     qint64 size() const { return m_size; }

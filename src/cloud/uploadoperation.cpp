@@ -1,6 +1,9 @@
 #include "cloud/uploadoperation.h"
 
+#include <QFile>
+
 #include "cloud/gets3containeracloperation.h"
+#include "cloud/multipartuploadoperation.h"
 #include "cloud/puts3acloperation.h"
 #include "cloud/uploadatomicoperation.h"
 #include "items/abstractaccount.h"
@@ -32,6 +35,17 @@ void UploadOperation::prepareFirstOperation()
 
 void UploadOperation::appendUploadToWsOp()
 {
+    // Parts are windows of a file; an encoded form small enough for memory
+    // never reaches the threshold.
+    auto* file = qobject_cast<QFile*>(m_device.data());
+    if (file && m_multipart.appliesTo(m_size)) {
+        const Metadata fields = UploadAtomicOperation::objectFields(
+            m_folder->account(), m_source->name(), m_metadata, m_aclDirective.canned(), m_storageDirective,
+            m_serverSideEncryption);
+        append(new MultipartUploadOperation(this, Driver::createChildFile(m_folder, m_source->name()), m_device,
+                                            file->fileName(), m_size, fields, m_multipart.partsInFlight()));
+        return;
+    }
     append(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_aclDirective.canned(),
                                      m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption,
                                      m_multipart));
@@ -55,17 +69,20 @@ bool UploadOperation::prepareNextOperation(AbstractOperation* child)
     if (child->type() == GetS3ContainerAclType)
         takeContainerAcl(child);
     else if (child->type() == UploadAtomicType)
-        takeAnswer(child);
+        takeAnswer(child, static_cast<UploadAtomicOperation*>(child)->httpResponseHeader(),
+                   static_cast<UploadAtomicOperation*>(child)->canned());
+    else if (child->type() == MultipartUploadType)
+        takeAnswer(child, static_cast<MultipartUploadOperation*>(child)->completionAnswer(),
+                   m_aclDirective.canned());
     return false;
 }
 
 // The item is made from what the answer says: its date is the server's
 // time of the answer, not a stored modification time.
-void UploadOperation::takeAnswer(AbstractOperation* child)
+void UploadOperation::takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer,
+                                 AbstractAcl::Canned canned)
 {
-    auto* put = static_cast<UploadAtomicOperation*>(child);
-    const HttpResponseHeader answer = put->httpResponseHeader();
-    if (!put->error().isNull() || answer.statusCode() != 200)
+    if (!child->error().isNull() || answer.statusCode() != 200)
         return;
     QSharedPointer<AbstractCloudFile> file = Driver::createChildFile(m_folder, m_source->name());
     file->setSize(m_size);
@@ -80,7 +97,7 @@ void UploadOperation::takeAnswer(AbstractOperation* child)
         m_uploadedFile = file;
     }
     const QSharedPointer<AbstractAcl> acl = m_aclDirective.acl();
-    if (put->canned() == AbstractAcl::NotCanned && acl)
+    if (canned == AbstractAcl::NotCanned && acl)
         append(new PutS3AclOperation(this, file, acl));
 }
 

@@ -4,10 +4,12 @@
 #include <QIODevice>
 #include <QSharedPointer>
 
+#include "cloud/abstractacl.h"
 #include "cloud/acldirective.h"
 #include "crypto/multipart.h"
 #include "crypto/serversideencryption.h"
 #include "crypto/storagedirective.h"
+#include "net/httpheader.h"
 #include "net/metadata.h"
 #include "operations/operationgroup.h"
 
@@ -43,7 +45,9 @@ public:
 
 private:
     void appendUploadToWsOp();
-    void takeAnswer(AbstractOperation* child);
+    // The object as the store's answer to its PUT, or to the completion of
+    // its parts, describes it.
+    void takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer, AbstractAcl::Canned canned);
     void takeContainerAcl(AbstractOperation* child);
 
     const QSharedPointer<LocalFile> m_source;

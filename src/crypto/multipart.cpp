@@ -1,11 +1,15 @@
 #include "crypto/multipart.h"
 
+#include <limits>
+
 #include "util/lockeddata.h"
 
 struct Multipart::Private : QSharedData
 {
     Directive directive = DefaultDirective;
     qint64 partSize = 1073741824;
+    qint64 threshold = Multipart::_defaultThreshold;
+    int partsInFlight = 4;
     mutable FastMutex mutex;
 };
 
@@ -32,4 +36,74 @@ void Multipart::setDirective(Directive directive)
 void Multipart::setPartSize(qint64 size)
 {
     LockedData::write(d, &Private::partSize, size);
+}
+
+qint64 Multipart::threshold() const
+{
+    return LockedData::read(d, &Private::threshold);
+}
+
+void Multipart::setThreshold(qint64 threshold)
+{
+    LockedData::write(d, &Private::threshold, threshold);
+}
+
+int Multipart::partsInFlight() const
+{
+    return LockedData::read(d, &Private::partsInFlight);
+}
+
+void Multipart::setPartsInFlight(int count)
+{
+    LockedData::write(d, &Private::partsInFlight, qMax(1, count));
+}
+
+bool Multipart::appliesTo(qint64 size) const
+{
+    return size > threshold();
+}
+
+qint64 Multipart::partSizeFor(qint64 total)
+{
+    const qint64 mebibyte = Q_INT64_C(1024) * 1024;
+    const qint64 spread = (total + _maximumPartCount - 1) / _maximumPartCount;
+    const qint64 rounded = (spread + mebibyte - 1) / mebibyte * mebibyte;
+    return qMax(_minimumPartSize, rounded);
+}
+
+int Multipart::partCount(qint64 total, qint64 partSize)
+{
+    if (total <= 0)
+        return 1;
+    return int((total + partSize - 1) / partSize);
+}
+
+qint64 Multipart::partOffset(int number, qint64 partSize)
+{
+    return qint64(number - 1) * partSize;
+}
+
+qint64 Multipart::partLength(int number, qint64 total, qint64 partSize)
+{
+    return qBound(Q_INT64_C(0), total - partOffset(number, partSize), partSize);
+}
+
+qint64 Multipart::parseSize(const QString& text)
+{
+    QString digits = text.trimmed();
+    int shift = 0;
+    if (!digits.isEmpty()) {
+        const int unit = QStringLiteral("KMGT").indexOf(digits.back().toUpper());
+        if (unit >= 0) {
+            shift = 10 * (unit + 1);
+            digits.chop(1);
+        }
+    }
+    bool ok = false;
+    const qint64 value = digits.toLongLong(&ok, 10);
+    // A sign or a value whose unit overflows is no size.
+    if (!ok || value < 0 || digits.startsWith(QLatin1Char('+'))
+        || value > (std::numeric_limits<qint64>::max() >> shift))
+        return -1;
+    return value << shift;
 }

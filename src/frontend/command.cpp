@@ -132,6 +132,8 @@ Command::Outcome Command::interpretOne(QStringList& args, int index)
         return takeTlsOption(args, index);
     if (isShortOrLong(arg, nullptr, "--port"))
         return takePortOption(args, index);
+    if (isShortOrLong(arg, nullptr, "--multipart-threshold"))
+        return takeMultipartThresholdOption(args, index);
     if (isShortOrLong(arg, nullptr, "--rrs")) {
         args.removeAt(index);
         m_storageOption = StorageDirective(StorageDirective::SetMode, StorageDirective::ReducedRedundancyStorage);
@@ -249,8 +251,24 @@ Command::Outcome Command::takePortOption(QStringList& args, int index)
     return Matched;
 }
 
+Command::Outcome Command::takeMultipartThresholdOption(QStringList& args, int index)
+{
+    const QString option = args.takeAt(index);
+    const QString value = index < args.size() ? args.takeAt(index) : QString();
+    const qint64 threshold = Multipart::parseSize(value);
+    // Stores take no part below 5 MiB, and no single PUT above 5 GiB.
+    if (threshold < Multipart::_minimumThreshold || threshold > Multipart::_maximumSinglePut) {
+        printErr(QStringLiteral("Invalid argument ") + option + QLatin1Char(' ') + value
+                 + QStringLiteral(" : a size from 5M to 5G is expected, such as 64M or 1G"));
+        return Failed;
+    }
+    m_multipartOpt.setThreshold(threshold);
+    return Matched;
+}
+
 int Command::finishArguments(const QStringList& rest)
 {
+    m_multipartOpt.setPartsInFlight(m_threads);
     if (m_encryptionPassword.isEmpty())
         m_encryptionPassword = Password::fromUtf8(qgetenv("QUORLES_ENCRYPTION_PASSWORD"));
     if (m_clientSideEncryption.isEncryptionEnabled()) {
@@ -405,6 +423,7 @@ void Command::showStorageOptions()
         QString(),
         QStringLiteral("Storage :"),
         QStringLiteral("   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)"),
+        QStringLiteral("   --multipart-threshold SIZE Upload files above SIZE in parts (default: 1G)"),
     });
 }
 

@@ -85,6 +85,7 @@ private:
     Outcome takeThreadsOption(QStringList& args, int index);
     Outcome takePortOption(QStringList& args, int index);
     Outcome takeTlsOption(QStringList& args, int index);
+    Outcome takeMultipartThresholdOption(QStringList& args, int index);
     int finishArguments(const QStringList& rest);
     void readDecryptionPasswordsFromEnvironment();
     void write(QTextStream& stream, const QString& text);

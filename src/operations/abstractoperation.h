@@ -81,7 +81,13 @@ public:
         ShellSyncContainerType = 90,
         UploadType = 102,
         UploadAtomicType = 103,
-        WSListType = 105
+        WSListType = 105,
+        MultipartUploadType = 106,
+        InitiateMultipartAtomicType = 107,
+        UploadPartAtomicType = 108,
+        CompleteMultipartAtomicType = 109,
+        AbortMultipartAtomicType = 110,
+        CopyPartAtomicType = 111
     };
 
     AbstractOperation();

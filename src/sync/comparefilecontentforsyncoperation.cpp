@@ -85,7 +85,10 @@ bool CompareFileContentForSyncOperation::plainContent(const Metadata& metadata,
         return false;
     if (encrypted && metadata.field("Content-Encoding").value() == "gzip")
         return false;
-    if (encrypted || metadata.contains("Content-Encoding")) {
+    // An ETag that is no MD5 (a multipart upload's) yields to the plain
+    // MD5 that the upload left in the metadata.
+    const bool storeMd5 = file->md5sum().size() == 16 || !metadata.contains(account->xMetaBrindleboxETag());
+    if (encrypted || metadata.contains("Content-Encoding") || !storeMd5) {
         bool ok = false;
         const qint64 length = metadata.field(account->xMetaBrindleboxContentLength()).value().toLongLong(&ok);
         *size = metadata.contains(account->xMetaBrindleboxContentLength()) && ok ? length : -1;

@@ -359,6 +359,7 @@ void TestStoreOperations::folderExistsByItsKeys()
 
 void TestStoreOperations::plainContent_data()
 {
+    QTest::addColumn<QByteArray>("storeMd5");
     QTest::addColumn<QByteArray>("encryption");
     QTest::addColumn<QByteArray>("contentEncoding");
     QTest::addColumn<QByteArray>("length");
@@ -366,26 +367,30 @@ void TestStoreOperations::plainContent_data()
     QTest::addColumn<qint64>("size");
     QTest::addColumn<QByteArray>("md5");
 
-    const QByteArray stored = QByteArray::fromHex("aa");
+    const QByteArray stored(16, '\xaa');
+    const QByteArray multipart = QByteArray::fromHex("0123456789abcdef0123456789abcdef2");
     const QByteArray plain = "plain-md5";
-    QTest::newRow("no metadata: the store's own") << QByteArray() << QByteArray() << QByteArray() << true
-                                                  << qint64(3) << stored;
-    QTest::newRow("encrypted, from metadata") << QByteArray("aes-256-cbc; 00") << QByteArray() << QByteArray("7")
-                                              << true << qint64(7) << plain;
-    QTest::newRow("encrypted without a length") << QByteArray("gzip; aes-256-cbc; 00") << QByteArray() << QByteArray()
-                                                << true << qint64(-1) << plain;
-    QTest::newRow("settings without ';'") << QByteArray("aes-256-cbc") << QByteArray() << QByteArray("7") << false
-                                          << qint64(0) << QByteArray();
-    QTest::newRow("gzip with one ';'") << QByteArray("gzip; 00") << QByteArray() << QByteArray("7") << false
-                                       << qint64(0) << QByteArray();
-    QTest::newRow("ours and gzip-encoded") << QByteArray("") << QByteArray("gzip") << QByteArray("7") << false
-                                           << qint64(0) << QByteArray();
-    QTest::newRow("foreign encoding") << QByteArray() << QByteArray("br") << QByteArray("7") << true << qint64(7)
-                                      << plain;
+    QTest::newRow("no metadata of ours: the store's own") << stored << QByteArray() << QByteArray() << QByteArray("7")
+                                                          << true << qint64(3) << stored;
+    QTest::newRow("multipart etag: the plain size and MD5") << multipart << QByteArray() << QByteArray()
+                                                            << QByteArray("7") << true << qint64(7) << plain;
+    QTest::newRow("encrypted, from metadata") << stored << QByteArray("aes-256-cbc; 00") << QByteArray()
+                                              << QByteArray("7") << true << qint64(7) << plain;
+    QTest::newRow("encrypted without a length") << stored << QByteArray("gzip; aes-256-cbc; 00") << QByteArray()
+                                                << QByteArray() << true << qint64(-1) << plain;
+    QTest::newRow("settings without ';'") << stored << QByteArray("aes-256-cbc") << QByteArray() << QByteArray("7")
+                                          << false << qint64(0) << QByteArray();
+    QTest::newRow("gzip with one ';'") << stored << QByteArray("gzip; 00") << QByteArray() << QByteArray("7")
+                                       << false << qint64(0) << QByteArray();
+    QTest::newRow("ours and gzip-encoded") << stored << QByteArray("") << QByteArray("gzip") << QByteArray("7")
+                                           << false << qint64(0) << QByteArray();
+    QTest::newRow("foreign encoding") << stored << QByteArray() << QByteArray("br") << QByteArray("7") << true
+                                      << qint64(7) << plain;
 }
 
 void TestStoreOperations::plainContent()
 {
+    QFETCH(QByteArray, storeMd5);
     QFETCH(QByteArray, encryption);
     QFETCH(QByteArray, contentEncoding);
     QFETCH(QByteArray, length);
@@ -394,6 +399,7 @@ void TestStoreOperations::plainContent()
     QFETCH(QByteArray, md5);
 
     const QSharedPointer<AbstractCloudFile> file = fileIn(loopbackBucket(9), QStringLiteral("k"));
+    file->setMd5Sum(storeMd5);
     const QSharedPointer<AbstractAccount> account = file->account();
     Metadata metadata;
     if (!encryption.isNull())

@@ -44,6 +44,10 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("threads zero") << QStringList{"-t", "0", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     QTest::newRow("threads not a number") << QStringList{"--THREADS", "x", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --THREADS x") << false;
     QTest::newRow("threads too many") << QStringList{"-t", "32769", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument -t 32769") << false;
+    QTest::newRow("threshold below 5M") << QStringList{"--multipart-threshold", "5242879", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold 5242879 : a size from 5M to 5G is expected, such as 64M or 1G") << false;
+    QTest::newRow("threshold above 5G") << QStringList{"a", "b", "--multipart-threshold", "6G"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold 6G : a size from 5M to 5G is expected, such as 64M or 1G") << false;
+    QTest::newRow("threshold unparsable") << QStringList{"--multipart-threshold", "64MB", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold 64MB : a size from 5M to 5G is expected, such as 64M or 1G") << false;
+    QTest::newRow("threshold at end") << QStringList{"a", "b", "--multipart-threshold"} << true << int(Err) << QByteArray("\nInvalid argument --multipart-threshold  : a size from 5M to 5G is expected, such as 64M or 1G") << false;
     QTest::newRow("port zero") << QStringList{"--port", "0", "a", "b"} << true << int(Err) << QByteArray("\nInvalid port") << false;
     QTest::newRow("port too high") << QStringList{"--port", "65536", "a", "b"} << true << int(Err) << QByteArray("\nInvalid port") << false;
     QTest::newRow("port text") << QStringList{"a", "b", "--port", "x"} << true << int(Err) << QByteArray("\nInvalid port") << false;

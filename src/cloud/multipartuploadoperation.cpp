@@ -1,0 +1,118 @@
+#include "cloud/multipartuploadoperation.h"
+
+#include "cloud/multipartrequests.h"
+#include "crypto/multipart.h"
+#include "items/abstractcloudfile.h"
+
+MultipartUploadOperation::MultipartUploadOperation(OperationGroup* parent,
+                                                   const QSharedPointer<AbstractCloudFile>& target,
+                                                   const QSharedPointer<QIODevice>& device, const QString& path,
+                                                   qint64 size, const Metadata& objectFields, int partsInFlight)
+    : OperationGroup(parent), m_target(target), m_device(device), m_path(path), m_size(size),
+      m_objectFields(objectFields), m_partsInFlight(qMax(1, partsInFlight)),
+      m_partSize(Multipart::partSizeFor(size))
+{
+}
+
+MultipartUploadOperation::MultipartUploadOperation(OperationGroup* parent,
+                                                   const QSharedPointer<AbstractCloudFile>& target,
+                                                   const QSharedPointer<AbstractCloudFile>& copySource,
+                                                   qint64 partSize, const Metadata& objectFields, int partsInFlight)
+    : OperationGroup(parent), m_target(target), m_copySource(copySource), m_size(copySource->size()),
+      m_objectFields(objectFields), m_partsInFlight(qMax(1, partsInFlight)), m_partSize(partSize)
+{
+}
+
+void MultipartUploadOperation::prepareFirstOperation()
+{
+    append(new InitiateMultipartAtomicOperation(this, m_target, m_objectFields));
+}
+
+bool MultipartUploadOperation::prepareNextOperation(AbstractOperation* child)
+{
+    if (OperationGroup::prepareNextOperation(child))
+        return true;
+    switch (child->type()) {
+    case InitiateMultipartAtomicType:
+        takeInitiated(child);
+        break;
+    case UploadPartAtomicType:
+    case CopyPartAtomicType:
+        takePart(child);
+        break;
+    case CompleteMultipartAtomicType:
+        if (!child->error().isNull()) {
+            giveUp();
+        } else {
+            FastMutexLocker locker(m_resultMutex);
+            m_completionAnswer = static_cast<CompleteMultipartAtomicOperation*>(child)->httpResponseHeader();
+        }
+        break;
+    case AbortMultipartAtomicType:
+        if (!child->error().isNull())
+            setError(OpError(OpError::GeneralError, QString(),
+                             tr("The multipart upload %1 could not be aborted: its parts stay in the store "
+                                "until it is").arg(QString::fromLatin1(m_uploadId)),
+                             QString()));
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void MultipartUploadOperation::takeInitiated(AbstractOperation* child)
+{
+    if (!child->error().isNull())
+        return;
+    m_uploadId = static_cast<InitiateMultipartAtomicOperation*>(child)->newUploadId;
+    const int count = Multipart::partCount(m_size, m_partSize);
+    for (int i = 0; i < count; ++i)
+        m_partETags.append(QByteArray());
+    while (m_running < m_partsInFlight && m_nextPart <= count)
+        appendNextPart();
+}
+
+void MultipartUploadOperation::appendNextPart()
+{
+    const int number = m_nextPart++;
+    ++m_running;
+    const qint64 offset = Multipart::partOffset(number, m_partSize);
+    const qint64 length = Multipart::partLength(number, m_size, m_partSize);
+    if (m_copySource)
+        append(new CopyPartAtomicOperation(this, m_target, m_uploadId, number, m_copySource, offset, length));
+    else
+        append(new UploadPartAtomicOperation(this, m_target, m_uploadId, number, m_path, offset, length));
+}
+
+// Called once a part has its final outcome: retries are behind it.
+void MultipartUploadOperation::takePart(AbstractOperation* child)
+{
+    --m_running;
+    auto* part = static_cast<PartAtomicOperation*>(child);
+    if (!part->error().isNull())
+        m_failed = true;
+    else
+        m_partETags[part->number() - 1] = part->eTag;
+    if (m_failed) {
+        // The abort waits for the parts on the wire, which would outlive it.
+        if (m_running == 0)
+            giveUp();
+        return;
+    }
+    ++m_partsDone;
+    if (m_nextPart <= m_partETags.size())
+        appendNextPart();
+    else if (m_partsDone == m_partETags.size())
+        append(new CompleteMultipartAtomicOperation(this, m_target, m_uploadId, m_partETags));
+}
+
+void MultipartUploadOperation::giveUp()
+{
+    append(new AbortMultipartAtomicOperation(this, m_target, m_uploadId));
+}
+
+HttpResponseHeader MultipartUploadOperation::completionAnswer() const
+{
+    return lockedRead(m_resultMutex, m_completionAnswer);
+}

@@ -1,0 +1,68 @@
+#ifndef MULTIPARTUPLOADOPERATION_H
+#define MULTIPARTUPLOADOPERATION_H
+
+#include <QCoreApplication>
+#include <QIODevice>
+#include <QList>
+#include <QSharedPointer>
+
+#include "net/httpheader.h"
+#include "net/metadata.h"
+#include "operations/operationgroup.h"
+
+class AbstractCloudFile;
+
+// One object sent as a multipart upload: initiate, the parts (at most
+// partsInFlight on the wire, each its own request and so retried alone),
+// complete. An upload that is given up is aborted, so that no parts stay
+// behind; if even that fails, the error names the upload.
+class MultipartUploadOperation : public OperationGroup
+{
+    Q_DECLARE_TR_FUNCTIONS(MultipartUploadOperation)
+
+public:
+    // device is a file (the source or the encoder's temporary output) of
+    // size bytes; it is held until the group goes.
+    MultipartUploadOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& target,
+                             const QSharedPointer<QIODevice>& device, const QString& path, qint64 size,
+                             const Metadata& objectFields, int partsInFlight);
+    // The parts are ranges of an object of the same store, copied by the store.
+    MultipartUploadOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& target,
+                             const QSharedPointer<AbstractCloudFile>& copySource, qint64 partSize,
+                             const Metadata& objectFields, int partsInFlight);
+
+    int type() const override { return MultipartUploadType; }
+    QString name() const override { return tr("Multipart upload"); }
+    void prepareFirstOperation() override;
+    bool prepareNextOperation(AbstractOperation* child) override;
+
+    // The head of the store's answer to the completion; invalid until then.
+    HttpResponseHeader completionAnswer() const;
+    QByteArray uploadId() const { return m_uploadId; }
+    int partCount() const { return m_partETags.size(); }
+
+private:
+    void takeInitiated(AbstractOperation* child);
+    void takePart(AbstractOperation* child);
+    void appendNextPart();
+    void giveUp();
+
+    const QSharedPointer<AbstractCloudFile> m_target;
+    const QSharedPointer<QIODevice> m_device;
+    const QString m_path;
+    const QSharedPointer<AbstractCloudFile> m_copySource;
+    const qint64 m_size;
+    const Metadata m_objectFields;
+    const int m_partsInFlight;
+    qint64 m_partSize = 0;
+    QByteArray m_uploadId;
+    QList<QByteArray> m_partETags;
+    int m_nextPart = 1;
+    int m_running = 0;
+    int m_partsDone = 0;
+    bool m_failed = false;
+    HttpResponseHeader m_completionAnswer;
+    mutable FastMutex m_resultMutex;
+};
+
+#endif
