@@ -52,6 +52,10 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("unknown cipher") << QStringList{"-e", "foo", "a", "b"} << true << int(Err) << QByteArray("\nInvalid argument foo ") << false;
     QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
     QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("signature version 3") << QStringList{"--signature-version", "3", "a", "b"} << true << int(Err) << QByteArray("\nInvalid signature version '3': use 2 or 4") << false;
+    QTest::newRow("region empty") << QStringList{"--region", "", "a", "b"} << true << int(Err) << QByteArray("\nInvalid region '': a region is a name such as eu-west-1") << false;
+    QTest::newRow("region climbing") << QStringList{"a", "b", "--region", "../eu west"} << true << int(Err) << QByteArray("\nInvalid region '../eu west': a region is a name such as eu-west-1") << false;
+    QTest::newRow("region at end") << QStringList{"a", "b", "--region"} << true << int(Err) << QByteArray("\nMissing value for --region") << false;
     QTest::newRow("no access key") << QStringList{"a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
     QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
@@ -129,25 +133,26 @@ void TestCommandLine::helpScreenLines_data()
     QTest::addColumn<QString>("line");
     QTest::newRow("2") << 2 << "";
     QTest::newRow("8") << 8 << "-t --threads                  Number of concurrent connections (default: 4)";
-    QTest::newRow("14") << 14 << "-h --hidden-files             Include hidden files.";
-    QTest::newRow("52") << 52 << "                              separator, not backslash (\\).";
-    QTest::newRow("53") << 53 << "";
-    QTest::newRow("55") << 55 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
-    QTest::newRow("78") << 78 << "                              aes-128-ofb  28 bit AES in OFB mode";
-    QTest::newRow("86") << 86 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
-    QTest::newRow("93") << 93 << "                              (Amazon S3 Only)";
-    QTest::newRow("115") << 115 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
-    QTest::newRow("119") << 119 << "";
+    QTest::newRow("14") << 14 << "   --signature-version 2|4    Signature version (default: 2, 4 if the store asks)";
+    QTest::newRow("16") << 16 << "-h --hidden-files             Include hidden files.";
+    QTest::newRow("54") << 54 << "                              separator, not backslash (\\).";
+    QTest::newRow("55") << 55 << "";
+    QTest::newRow("57") << 57 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
+    QTest::newRow("80") << 80 << "                              aes-128-ofb  28 bit AES in OFB mode";
+    QTest::newRow("88") << 88 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
+    QTest::newRow("95") << 95 << "                              (Amazon S3 Only)";
+    QTest::newRow("117") << 117 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
+    QTest::newRow("121") << 121 << "";
 }
 
-// 119 lines, each printed with its line feed in front.
+// 121 lines, each printed with its line feed in front.
 void TestCommandLine::helpScreenLines()
 {
     QFETCH(int, number);
     QFETCH(QString, line);
     const ToolRun run = runTool({"--help"}, envWithKeys());
     const QStringList lines = QString::fromUtf8(run.out).split('\n');
-    QCOMPARE(lines.size(), 120);
+    QCOMPARE(lines.size(), 122);
     QCOMPARE(lines.first(), QString());
     QCOMPARE(lines.at(number), line);
 }
