@@ -1,11 +1,14 @@
 #include "cloud/signaturev4.h"
 
 #include <QCryptographicHash>
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QMessageAuthenticationCode>
 #include <algorithm>
 #include <utility>
+
+#include "util/fastmutex.h"
 
 const QByteArray SignatureV4::_algorithm = QByteArrayLiteral("AWS4-HMAC-SHA256");
 const QByteArray SignatureV4::_unsignedPayload = QByteArrayLiteral("UNSIGNED-PAYLOAD");
@@ -23,6 +26,25 @@ QByteArray hmac(const QByteArray& key, const QByteArray& message)
 QByteArray sha256Hex(const QByteArray& data)
 {
     return QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex();
+}
+
+// The key of a day and region: four HMACs, the same for every request of a
+// run but at midnight, so it is derived once. The secret is part of the
+// name, so that two accounts never share a key.
+QByteArray signingKey(const QByteArray& secret, const QByteArray& day, const QByteArray& region)
+{
+    static FastMutex mutex;
+    static QHash<QByteArray, QByteArray> keys;
+    const QByteArray name = day + '/' + region + '/' + secret;
+    FastMutexLocker locker(mutex);
+    QByteArray& key = keys[name];
+    if (key.isEmpty()) {
+        key = hmac("AWS4" + secret, day);
+        key = hmac(key, region);
+        key = hmac(key, global_service);
+        key = hmac(key, global_terminator);
+    }
+    return key;
 }
 
 // Only the unreserved characters stay as they are, in names and values alike.
@@ -122,11 +144,8 @@ SignedFields SignatureV4::sign(const SigningRequest& request) const
     const QByteArray scope = day + '/' + request.region + '/' + global_service + '/' + global_terminator;
     const QByteArray stringToSign =
         _algorithm + '\n' + amzDate + '\n' + scope + '\n' + sha256Hex(canonicalRequest);
-    QByteArray key = hmac("AWS4" + request.secretKey, day);
-    key = hmac(key, request.region);
-    key = hmac(key, global_service);
-    key = hmac(key, global_terminator);
-    const QByteArray signature = hmac(key, stringToSign).toHex();
+    const QByteArray signature =
+        hmac(signingKey(request.secretKey, day, request.region), stringToSign).toHex();
 
     SignedFields result;
     result.description = canonicalRequest + "\n\n" + stringToSign;
