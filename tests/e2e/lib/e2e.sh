@@ -102,6 +102,23 @@ _e2e_gate_start() {
   return 1
 }
 
+# e2e_rerun_v4 SCENARIO : the scenario script of that name again on radosgw, once with
+# --signature-version 4 and once in the automatic mode through the gate
+e2e_rerun_v4() {
+  local what out args
+  for what in "with --signature-version 4" "automatic, through the V4-only gate"; do
+    out="$E2E_WORK/$1 $what.out"
+    args=(E2E_QUORLE_ARGS="--signature-version 4")
+    [[ $what == automatic* ]] && args=(E2E_V4GATE=1)
+    if env E2E_SERVERS=rgw "${args[@]}" bash "$S3_E2E_DIR/$1.test.sh" >"$out" 2>&1; then
+      e2e_pass "$1 $what ($(tail -n 1 "$out"))"
+    else
+      e2e_fail "$1 $what"
+      grep -E '^(FAIL|failed)' "$out" | head -n 20 | sed 's/^/     | /'
+    fi
+  done
+}
+
 # e2e_gate_log VERDICT : the gate's count of requests with that verdict (v2, region, pass)
 e2e_gate_log() { grep -c "^$1 " "$S3_DIR/v4gate.log" || true; }
 
