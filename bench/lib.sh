@@ -1,5 +1,5 @@
-# Sourced by the cloud benchmarks: checks the binary and /usr/bin/time, starts an s3rver in a
-# work folder that goes away on exit, and makes the bucket BUCKET.
+# Sourced by the cloud benchmarks: checks the binary and /usr/bin/time, starts an s3rver (or the
+# server that BENCH_SERVER names) in a work folder that goes away on exit, and makes the bucket BUCKET.
 # Sets: root, bin, work, BUCKET and the server's S3_* variables and keys.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -12,7 +12,7 @@ export S3_CLIENT_TIMEOUT=${S3_CLIENT_TIMEOUT:-3600}
 . "$root/tests/e2e/lib/s3server.sh"
 work=$(mktemp -d "${TMPDIR:-/tmp}/quorle-bench.XXXXXX")
 trap 's3_server_stop "$work/server" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
-s3_server_start s3rver "$work/server" >/dev/null
+s3_server_start "${BENCH_SERVER:-s3rver}" "$work/server" >/dev/null
 export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
 BUCKET=quorle-bench
 s3_make_bucket "$BUCKET"

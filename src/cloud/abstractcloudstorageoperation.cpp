@@ -1,18 +1,14 @@
 #include "cloud/abstractcloudstorageoperation.h"
 
+#include <QMessageAuthenticationCode>
+
+#include "cloud/signaturev2.h"
 #include "cloud/wsxmlstreamreader.h"
-
-#include <QCryptographicHash>
-#include <QDomDocument>
-#include <QLocale>
-#include <QXmlStreamReader>
-
 #include "items/abstractaccount.h"
 #include "items/googlestorageaccount.h"
+#include "items/signaturesettings.h"
 
 namespace {
-
-const int global_hmacBlockSize = 64;
 
 // The web address that the "User-Agent" header names.
 const char global_productAddress[] = "https://quorle.example.org";
@@ -56,104 +52,78 @@ OpError AbstractCloudStorageOperation::errorFromDocument(const QByteArray& body)
 void AbstractCloudStorageOperation::prepareRequestHeader(HttpRequestHeader& header)
 {
     const QSharedPointer<AbstractAccount> owner = account();
-    const QByteArray date = dateText(dateTime());
-
-    Metadata fields = httpFieldList();
-    if (owner->fileSystemType() == AbstractFS::GSFileSystem) {
-        // Sent even when empty; the empty value then stays out of the signature.
-        const auto google = owner.dynamicCast<GoogleStorageAccount>();
-        fields.append(HttpField("x-goog-project-id", google ? google->projectId() : QByteArray()));
-    }
-    const QByteArray md5 = contentMD5().toBase64();
-    const QByteArray toSign = buildStringToSign(date, md5, fields);
+    SigningRequest request = signingRequest(owner);
+    const int version = SignatureSettings::versionFor(owner);
+    if (version == 4)
+        request.region = SignatureSettings::of(owner)->region(bucketName());
+    const SignedFields signedFields = RequestSigner::forVersion(version).sign(request);
     {
         FastMutexLocker locker(m_signMutex);
-        m_stringToSign = toSign;
+        m_stringToSign = signedFields.description;
+        m_signedVersion = version;
+        m_signedRegion = request.region;
     }
-    const QByteArray signature = HMACSha1(toSign, owner->secretKey()).toBase64();
 
-    // A redirected request goes elsewhere but is signed for the same resource.
-    const QUrl target = redirectFlag() ? redirectLocation() : url();
-    header = HttpRequestHeader(method(), target, 1, 1);
-    header.addField(HttpField("Host", target.host().toUtf8()));
-    header.addField(HttpField("Date", date));
-    header.addField(
-        HttpField("Authorization", owner->authPrefix() + ' ' + owner->accessKey() + ':' + signature));
+    header = HttpRequestHeader(method(), request.target, 1, 1);
+    header.addField(HttpField("Host", request.host));
+    header.addFields(signedFields.fields);
     header.addField(HttpField("Connection", "Keep-Alive"));
     header.addField(HttpField("User-Agent", userAgent()));
 
-    const QByteArray body = requestData();
-    if (!body.isEmpty())
-        header.setContentLength(body.size());
+    if (!request.body.isEmpty())
+        header.setContentLength(request.body.size());
     else if (method() == HttpRequestHeader::PutMethod && !header.containsContentLength())
         header.setContentLength(0);
-    if (!md5.isEmpty())
-        header.addField(HttpField("Content-MD5", md5));
+    if (!request.md5.isEmpty())
+        header.addField(HttpField("Content-MD5", request.md5));
+    Metadata fields = request.fields;
     fields.sort();
     header.addFields(fields);
 }
 
-QByteArray AbstractCloudStorageOperation::buildStringToSign(const QByteArray& date,
-                                                            const QByteArray& md5,
-                                                            const Metadata& fields) const
+SigningRequest AbstractCloudStorageOperation::signingRequest(const QSharedPointer<AbstractAccount>& owner) const
 {
-    QByteArray text = HttpRequestHeader::methodString(method());
-    text += '\n' + md5 + '\n' + fields.field("Content-type").value() + '\n' + date + '\n';
-    const Metadata amz = canonicalizedAmzHeaders(account(), fields);
-    for (int i = 0; i < amz.count(); ++i)
-        text += amz.at(i).toByteArray(false) + '\n';
-    const QUrl resource = canonicalizedResource();
-    text += resource.path(QUrl::FullyEncoded).toLatin1();
-    if (resource.hasQuery())
-        text += '?' + resource.query(QUrl::FullyEncoded).toLatin1();
-    return text;
+    SigningRequest request;
+    request.method = method();
+    // A redirected request goes elsewhere but names the same resource.
+    request.target = redirectFlag() ? redirectLocation() : url();
+    request.resource = canonicalizedResource();
+    request.dateTime = dateTime();
+    request.host = request.target.host().toUtf8();
+    request.md5 = contentMD5().toBase64();
+    request.fields = httpFieldList();
+    if (owner->fileSystemType() == AbstractFS::GSFileSystem) {
+        // Sent even when empty; the empty value then stays out of the signature.
+        const auto google = owner.dynamicCast<GoogleStorageAccount>();
+        request.fields.append(HttpField("x-goog-project-id", google ? google->projectId() : QByteArray()));
+    }
+    request.body = requestData();
+    request.streamedBody = request.body.isNull() && requestDataDevice();
+    request.accessKey = owner->accessKey();
+    request.secretKey = owner->secretKey();
+    request.authPrefix = owner->authPrefix();
+    request.amzPrefix = owner->x();
+    return request;
 }
 
 QByteArray AbstractCloudStorageOperation::stringToSign() const { return lockedRead(m_signMutex, m_stringToSign); }
+int AbstractCloudStorageOperation::signedVersion() const { return lockedRead(m_signMutex, m_signedVersion); }
+QByteArray AbstractCloudStorageOperation::signedRegion() const { return lockedRead(m_signMutex, m_signedRegion); }
 
 Metadata AbstractCloudStorageOperation::canonicalizedAmzHeaders(
     const QSharedPointer<AbstractAccount>& account, const Metadata& fields)
 {
-    const QByteArray prefix = account->x();
-    Metadata result;
-    for (int i = 0; i < fields.count(); ++i) {
-        const HttpField& field = fields.at(i);
-        if (!field.key().startsWith(prefix) || field.value().isEmpty())
-            continue;
-        for (int j = 0; j < result.count(); ++j) {
-            if (qstricmp(result[j].key().constData(), field.key().constData()) == 0)
-                result[j].setValue(result[j].value() + ',' + field.value());
-        }
-        // On purpose the field is kept too, so that a repeated key is signed
-        // twice: merged into the first entry, and on its own.
-        result.appendDuplicate(field);
-    }
-    result.sort();
-    return result;
+    return SignatureV2::canonicalizedAmzHeaders(account->x(), fields);
 }
 
 QByteArray AbstractCloudStorageOperation::HMACSha1(const QByteArray& message, const QByteArray& key)
 {
-    QByteArray block = key.size() > global_hmacBlockSize
-        ? QCryptographicHash::hash(key, QCryptographicHash::Sha1)
-        : key;
-    block = block.leftJustified(global_hmacBlockSize, '\0');
-    QByteArray innerPad(global_hmacBlockSize, '\x36');
-    QByteArray outerPad(global_hmacBlockSize, '\x5c');
-    for (int i = 0; i < global_hmacBlockSize; ++i) {
-        innerPad[i] = char(innerPad.at(i) ^ block.at(i));
-        outerPad[i] = char(outerPad.at(i) ^ block.at(i));
-    }
-    const QByteArray inner = QCryptographicHash::hash(innerPad + message, QCryptographicHash::Sha1);
-    return QCryptographicHash::hash(outerPad + inner, QCryptographicHash::Sha1);
+    return QMessageAuthenticationCode::hash(message, key, QCryptographicHash::Sha1);
 }
 
 QByteArray AbstractCloudStorageOperation::dateText(const QDateTime& dateTime)
 {
-    // The quote around GMT is never closed: the rest of the pattern is literal.
-    return QLocale(QLocale::C)
-        .toString(dateTime.toUTC(), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT"))
-        .toLatin1();
+    return SignatureV2::dateText(dateTime);
 }
 
 QByteArray AbstractCloudStorageOperation::userAgent()

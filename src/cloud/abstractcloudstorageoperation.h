@@ -2,6 +2,7 @@
 #define ABSTRACTCLOUDSTORAGEOPERATION_H
 
 #include "cloud/abstractwebserviceoperation.h"
+#include "cloud/requestsigner.h"
 
 // A request to an S3-compatible store: signed with the account's keys, and
 // judged by the status and the store's error document.
@@ -12,11 +13,17 @@ public:
     // The default judgement: a status from 400 to 599 but 404 is an error,
     // from the store's error document when there is one.
     bool processResponseData() override;
-    // Date, signature, the fixed headers, then this operation's own, sorted.
+    // Date, signature (of the version the account asks for), the fixed
+    // headers, then this operation's own, sorted.
     void prepareRequestHeader(HttpRequestHeader& header) override;
+    // The bucket whose region signs the request; empty for the account's own.
+    virtual QString bucketName() const { return QString(); }
 
     // What the last prepareRequestHeader signed; null before.
     QByteArray stringToSign() const;
+    // The version (2 or 4) and region of the last signature.
+    int signedVersion() const;
+    QByteArray signedRegion() const;
 
     // The provider's own headers of fields that take part in the signature,
     // sorted. Keys are compared without case but not changed, so callers give
@@ -32,12 +39,13 @@ public:
     static QByteArray userAgent();
 
 private:
-    QByteArray buildStringToSign(const QByteArray& date, const QByteArray& md5,
-                                 const Metadata& fields) const;
+    SigningRequest signingRequest(const QSharedPointer<AbstractAccount>& owner) const;
     // The error of an XML error document, null when the body holds none.
     OpError errorFromDocument(const QByteArray& body) const;
 
     QByteArray m_stringToSign;
+    int m_signedVersion = 0;
+    QByteArray m_signedRegion;
     mutable FastMutex m_signMutex;
 };
 

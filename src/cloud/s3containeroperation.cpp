@@ -36,6 +36,11 @@ QSharedPointer<AbstractAccount> S3ContainerOperation::account() const
     return m_container->account();
 }
 
+QString S3ContainerOperation::bucketName() const
+{
+    return m_container->bucketName();
+}
+
 QUrl S3ContainerOperation::canonicalizedResource() const
 {
     const QUrl target = url();

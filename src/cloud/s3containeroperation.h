@@ -22,6 +22,7 @@ public:
     // "/" + bucket + the path of url() when the bucket is in the host, else
     // the path of url() as it is; only a "versionId" query is kept.
     QUrl canonicalizedResource() const override;
+    QString bucketName() const override;
     bool initializeRequestDataDevice() override;
     QIODevice* requestDataDevice() const override;
     void requestFinished() override;

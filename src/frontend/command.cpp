@@ -139,6 +139,8 @@ Command::Outcome Command::interpretOne(QStringList& args, int index)
         m_storageOption = StorageDirective(StorageDirective::SetMode, StorageDirective::ReducedRedundancyStorage);
         return Matched;
     }
+    if (isShortOrLong(arg, nullptr, "--signature-version") || isShortOrLong(arg, nullptr, "--region"))
+        return takeSignatureOption(args, index);
     if (isShortOrLong(arg, "-V", "--version")) {
         showVersion();
         return ShownAndDone;
@@ -251,6 +253,34 @@ Command::Outcome Command::takePortOption(QStringList& args, int index)
     return Matched;
 }
 
+Command::Outcome Command::takeSignatureOption(QStringList& args, int index)
+{
+    const QString option = args.takeAt(index);
+    if (index >= args.size()) {
+        printErr(QStringLiteral("Missing value for ") + option);
+        return Failed;
+    }
+    const QString value = args.takeAt(index);
+    if (isShortOrLong(option, nullptr, "--region")) {
+        m_region = value;
+        return checkRegion(value) ? Matched : Failed;
+    }
+    if (value == QLatin1String("2") || value == QLatin1String("4")) {
+        m_signatureChoice = SignatureSettings::Choice(value.toInt());
+        return Matched;
+    }
+    printErr(QStringLiteral("Invalid signature version '%1': use 2 or 4").arg(value));
+    return Failed;
+}
+
+bool Command::checkRegion(const QString& region)
+{
+    if (SignatureSettings::isValidRegion(region))
+        return true;
+    printErr(QStringLiteral("Invalid region '%1': a region is a name such as eu-west-1").arg(region));
+    return false;
+}
+
 Command::Outcome Command::takeMultipartThresholdOption(QStringList& args, int index)
 {
     const QString option = args.takeAt(index);
@@ -293,6 +323,11 @@ int Command::finishArguments(const QStringList& rest)
         }
     }
     readDecryptionPasswordsFromEnvironment();
+    if (m_region.isEmpty() && !qEnvironmentVariableIsEmpty("QUORLES_REGION")) {
+        m_region = qEnvironmentVariable("QUORLES_REGION");
+        if (!checkRegion(m_region))
+            return 1;
+    }
     if (TlsSettings::isInsecure())
         printErr(QStringLiteral("Warning: --insecure: TLS certificates are not verified"));
     return 2;
@@ -321,6 +356,10 @@ void Command::execute(CommandOp* op, AbstractAccount::Provider provider)
     m_account->setProtocol(m_protocol);
     // An explicit port reaches every URL the account's items build.
     m_account->setExplicitPort(accountPort());
+    const QSharedPointer<SignatureSettings> signature = SignatureSettings::of(m_account);
+    signature->setChoice(m_signatureChoice);
+    if (!m_region.isEmpty())
+        signature->setDefaultRegion(m_region.toLatin1());
     Driver::instance()->createAccountUsers(m_account);
 
     m_shell = new Shell(nullptr);
@@ -414,6 +453,8 @@ void Command::showHelp()
         QStringLiteral("   --insecure                 Do not verify TLS certificates (unsafe)"),
         QStringLiteral("   --endpoint                 Define the endpoint of the service"),
         QStringLiteral("   --port                     Specify the port number of the service"),
+        QStringLiteral("   --signature-version 2|4    Signature version (default: 2, 4 if the store asks)"),
+        QStringLiteral("   --region NAME              Region for signature version 4 (default: us-east-1)"),
     });
 }
 

@@ -13,6 +13,7 @@
 #include "crypto/serversideencryption.h"
 #include "crypto/storagedirective.h"
 #include "items/abstractaccount.h"
+#include "items/signaturesettings.h"
 #include "util/brindlelib.h"
 
 class AbstractShellOperation;
@@ -43,6 +44,8 @@ public:
     Multipart multipartOpt() const { return m_multipartOpt; }
     DecryptionPasswords decryptionPasswords() const { return m_decryptionPasswords; }
     int port() const { return m_port; }
+    SignatureSettings::Choice signatureChoice() const { return m_signatureChoice; }
+    QString region() const { return m_region; }
     QString endPoint() const { return m_endPoint; }
     int threads() const { return m_threads; }
     bool isVerbose() const { return m_verbose; }
@@ -84,6 +87,8 @@ private:
     Outcome takePasswordOption(QStringList& args, int index);
     Outcome takeThreadsOption(QStringList& args, int index);
     Outcome takePortOption(QStringList& args, int index);
+    Outcome takeSignatureOption(QStringList& args, int index);
+    bool checkRegion(const QString& region);
     Outcome takeTlsOption(QStringList& args, int index);
     Outcome takeMultipartThresholdOption(QStringList& args, int index);
     int finishArguments(const QStringList& rest);
@@ -110,6 +115,8 @@ private:
     StorageDirective m_storageOption;
     Multipart m_multipartOpt;
     int m_port = 0;
+    SignatureSettings::Choice m_signatureChoice = SignatureSettings::Automatic;
+    QString m_region;
 };
 
 #endif

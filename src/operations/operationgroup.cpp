@@ -172,6 +172,11 @@ bool OperationGroup::decideWebRetry(AbstractWebServiceOperation* child)
         return retryIfAllowed(child, 7);
     case WebRetryPolicy::Redirect:
         return followRedirect(child);
+    case WebRetryPolicy::Resend:
+        // Sent again signed anew, which is no retry: the clone keeps the count.
+        child->setErrorCounter(child->errorCounter() - 1);
+        retry(child);
+        return true;
     case WebRetryPolicy::NoRetry:
         break;
     }

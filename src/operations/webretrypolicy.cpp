@@ -1,6 +1,7 @@
 #include "operations/webretrypolicy.h"
 
 #include "cloud/abstractwebserviceoperation.h"
+#include "cloud/signaturefallback.h"
 #include "net/httpheader.h"
 #include "net/timeoffset.h"
 #include "util/brindlelib.h"
@@ -41,6 +42,8 @@ Decision decide(AbstractWebServiceOperation* op)
         return isFinalClientError(error) ? NoRetry : Retry;
     if (!op->isStorageOperation())
         return NoRetry;
+    if (SignatureFallback::learnFromAnswer(op))
+        return Resend;
     const HttpResponseHeader header = op->httpResponseHeader();
     if (!header.isValid())
         return Retry;

@@ -11,7 +11,9 @@ class OperationGroup;
 // group: what the error and the answer say, not what the group then does.
 namespace WebRetryPolicy {
 
-enum Decision { NoRetry, Retry, Redirect };
+// Resend: the store refused the signature and the account now signs
+// otherwise; the request goes again without counting as a retry.
+enum Decision { NoRetry, Retry, Redirect, Resend };
 
 Decision decide(AbstractWebServiceOperation* op);
 // True for the answers worth sending again as they are: transient service

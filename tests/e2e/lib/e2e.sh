@@ -18,6 +18,11 @@
 # The script runs under set -Eeuo pipefail: a command that fails outside a check ends the script
 # with its line and command printed. E2E_SERVERS="s3rver" limits the servers (for local runs);
 # E2E_KEEP=1 keeps the work folder, which is also kept when the script fails.
+#
+# E2E_QUORLE_ARGS="--signature-version 4" puts those words in front of every e2e_quorle run.
+# E2E_V4GATE=1 puts tools/v4gate.py in front of each server: e2e_quorle's "--port $S3_PORT" then
+# goes to the gate, which refuses Version 2 like Amazon; E2E_V4GATE_REGIONS="bucket=region ..."
+# places buckets outside us-east-1. The other clients still talk to the server itself.
 
 # shellcheck source=s3server.sh
 . "$(dirname "${BASH_SOURCE[0]}")/s3server.sh"
@@ -75,7 +80,47 @@ e2e_server_start() {
     "$S3_LIB_DIR/s3server.sh" "$$" "$dir" </dev/null >/dev/null 2>&1 &
   disown $!
   echo "== $1$([[ ${2:-} == --tls ]] && echo ' (TLS)') at $S3_ENDPOINT, started in $(<"$dir/startup-ms") ms"
+  E2E_GATE_PORT=
+  if [[ ${E2E_V4GATE:-0} == 1 ]]; then _e2e_gate_start "$dir" || return 1; fi
 }
+
+# the gate is one more daemon of the server's folder: it is stopped with the server
+_e2e_gate_start() {
+  local dir=$1 port i
+  port=$(s3_reserve_ports 1 "$dir") || return 1
+  # shellcheck disable=SC2086
+  setsid python3 "$S3_E2E_DIR/tools/v4gate.py" "$port" "$S3_PORT" "$dir/v4gate.log" ${E2E_V4GATE_REGIONS:-} \
+    </dev/null >"$dir/v4gate.out" 2>&1 &
+  echo $! >"$dir/run/v4gate.pid"
+  disown $!
+  echo "v4gate KILL" >>"$dir/daemons"
+  for (( i = 0; i < 100; i++ )); do
+    if (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; then E2E_GATE_PORT=$port; return 0; fi
+    sleep 0.1
+  done
+  echo "v4gate did not start: $(cat "$dir/v4gate.out")" >&2
+  return 1
+}
+
+# e2e_rerun_v4 SCENARIO : the scenario script of that name again on radosgw, once with
+# --signature-version 4 and once in the automatic mode through the gate
+e2e_rerun_v4() {
+  local what out args
+  for what in "with --signature-version 4" "automatic, through the V4-only gate"; do
+    out="$E2E_WORK/$1 $what.out"
+    args=(E2E_QUORLE_ARGS="--signature-version 4")
+    [[ $what == automatic* ]] && args=(E2E_V4GATE=1)
+    if env E2E_SERVERS=rgw "${args[@]}" bash "$S3_E2E_DIR/$1.test.sh" >"$out" 2>&1; then
+      e2e_pass "$1 $what ($(tail -n 1 "$out"))"
+    else
+      e2e_fail "$1 $what"
+      grep -E '^(FAIL|failed)' "$out" | head -n 20 | sed 's/^/     | /'
+    fi
+  done
+}
+
+# e2e_gate_log VERDICT : the gate's count of requests with that verdict (v2, region, pass)
+e2e_gate_log() { grep -c "^$1 " "$S3_DIR/v4gate.log" || true; }
 
 e2e_server_stop() { s3_server_stop "$S3_DIR"; }
 
@@ -110,7 +155,13 @@ e2e_quorle() {
   [[ -x ${QUORLE_BINARY:-} ]] || { e2e_fail "QUORLE_BINARY is not an executable: '${QUORLE_BINARY:-}'"; E2E_STATUS=127; return 0; }
   E2E_OUTPUT="$E2E_WORK/quorle-$(( ++_E2E_QUORLE_N )).out"
   E2E_STATUS=0
-  timeout -k 5 "$E2E_QUORLE_TIMEOUT" "$QUORLE_BINARY" "$@" >"$E2E_OUTPUT" 2>&1 || E2E_STATUS=$?
+  local args=() arg prev=""
+  read -ra args <<<"${E2E_QUORLE_ARGS:-}"
+  for arg in "$@"; do
+    [[ $prev == --port && -n ${E2E_GATE_PORT:-} && $arg == "$S3_PORT" ]] && arg=$E2E_GATE_PORT
+    args+=("$arg"); prev=$arg
+  done
+  timeout -k 5 "$E2E_QUORLE_TIMEOUT" "$QUORLE_BINARY" "${args[@]}" >"$E2E_OUTPUT" 2>&1 || E2E_STATUS=$?
   (( E2E_STATUS != 124 )) || echo "quorle did not end within $E2E_QUORLE_TIMEOUT s: $*" >>"$E2E_OUTPUT"
   return 0
 }

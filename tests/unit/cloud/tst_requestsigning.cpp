@@ -18,8 +18,6 @@ private Q_SLOTS:
     void initTestCase();
     void publishedSignatures_data();
     void publishedSignatures();
-    void hmacAgainstReference_data();
-    void hmacAgainstReference();
     void publishedExamplesThroughOperations_data();
     void publishedExamplesThroughOperations();
     void signedResourceIsTheWirePath_data();
@@ -147,29 +145,6 @@ void TestRequestSigning::publishedSignatures()
     QFETCH(QByteArray, stringToSign);
     QFETCH(QByteArray, signature);
     QCOMPARE(AbstractCloudStorageOperation::HMACSha1(stringToSign, global_secretKey).toBase64(), signature);
-}
-
-void TestRequestSigning::hmacAgainstReference_data()
-{
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<QByteArray>("message");
-    QTest::addColumn<QByteArray>("expectedHex");
-    // RFC 2202, cases 1, 2 and 6; the last one's key is longer than a block.
-    QTest::newRow("rfc2202 case 1") << QByteArray(20, '\x0b') << QByteArray("Hi There")
-                                    << QByteArray("b617318655057264e28bc0b6fb378c8ef146be00");
-    QTest::newRow("rfc2202 case 2") << QByteArray("Jefe") << QByteArray("what do ya want for nothing?")
-                                    << QByteArray("effcdf6ae5eb2fa2d27416d5f184df9c259a7c79");
-    QTest::newRow("rfc2202 case 6")
-        << QByteArray(80, '\xaa') << QByteArray("Test Using Larger Than Block-Size Key - Hash Key First")
-        << QByteArray("aa4ae5e15272d00e95705637ce8a3b55ed402112");
-}
-
-void TestRequestSigning::hmacAgainstReference()
-{
-    QFETCH(QByteArray, key);
-    QFETCH(QByteArray, message);
-    QFETCH(QByteArray, expectedHex);
-    QCOMPARE(AbstractCloudStorageOperation::HMACSha1(message, key).toHex(), expectedHex);
 }
 
 void TestRequestSigning::publishedExamplesThroughOperations_data()

@@ -57,6 +57,10 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("cipher without password") << QStringList{"-e", "aes-256-cbc", "--decryption-password", "p", "a", "b"} << true << int(Err) << QByteArray("\nInvalid or missing encryption password") << false;
     QTest::newRow("password option at end") << QStringList{"a", "b", "--encryption-password"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
     QTest::newRow("ca-file at end") << QStringList{"a", "b", "--ca-file"} << true << int(Err) << QByteArray("\nInvalid arguments") << false;
+    QTest::newRow("signature version 3") << QStringList{"--signature-version", "3", "a", "b"} << true << int(Err) << QByteArray("\nInvalid signature version '3': use 2 or 4") << false;
+    QTest::newRow("region empty") << QStringList{"--region", "", "a", "b"} << true << int(Err) << QByteArray("\nInvalid region '': a region is a name such as eu-west-1") << false;
+    QTest::newRow("region climbing") << QStringList{"a", "b", "--region", "../eu west"} << true << int(Err) << QByteArray("\nInvalid region '../eu west': a region is a name such as eu-west-1") << false;
+    QTest::newRow("region at end") << QStringList{"a", "b", "--region"} << true << int(Err) << QByteArray("\nMissing value for --region") << false;
     QTest::newRow("version after bad threads") << QStringList{"-t", "0", "--version"} << true << int(Err) << QByteArray("\nInvalid argument -t 0") << false;
     // Keys are asked for as soon as one side is a store, or when the line does not name two paths.
     QTest::newRow("no access key, store destination") << QStringList{"a", "s3://b/x/"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
