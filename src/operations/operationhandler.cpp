@@ -284,7 +284,12 @@ void OperationHandler::httpRequestFinished(int id, bool failed)
         m_lastShellOperationId = shell->uniqueId();
     }
     if (failed) {
-        failRequest(op);
+        failRequest(op, int(httpClient()->error()), httpClient()->errorString());
+    } else if (!hasFinalAnswer(op)) {
+        // The connection went before a final status: whatever was asked of the
+        // store may not have happened, so this is no success.
+        failed = true;
+        failRequest(op, HttpClient::UnexpectedClose, QStringLiteral("Server closed connection unexpectedly"));
     } else {
         if (op->transferType() == AbstractWebServiceOperation::UploadTransfer)
             catchUpUploadProgress(op);
@@ -304,12 +309,18 @@ void OperationHandler::httpRequestFinished(int id, bool failed)
     finishOperation(op);
 }
 
-void OperationHandler::failRequest(AbstractWebServiceOperation* op)
+void OperationHandler::failRequest(AbstractWebServiceOperation* op, int code, const QString& text)
 {
-    HttpClient* client = httpClient();
-    const QString number = QString::number(int(client->error()));
-    logOperation(op, "HTTP Error : (" + number.toUtf8() + ") " + client->errorString().toUtf8());
-    op->setError(networkError(op, int(client->error()), client->errorString()));
+    logOperation(op, "HTTP Error : (" + QByteArray::number(code) + ") " + text.toUtf8());
+    op->setError(networkError(op, code, text));
+}
+
+// An interim "100 Continue" is kept as the operation's answer until the real
+// one comes, so a valid head alone proves nothing.
+bool OperationHandler::hasFinalAnswer(AbstractWebServiceOperation* op)
+{
+    const HttpResponseHeader header = op->httpResponseHeader();
+    return header.isValid() && header.statusCode() >= 200;
 }
 
 OpError OperationHandler::networkError(AbstractOperation* op, int code, const QString& text)

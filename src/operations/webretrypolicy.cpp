@@ -42,8 +42,10 @@ Decision decide(AbstractWebServiceOperation* op)
     if (!op->isStorageOperation())
         return NoRetry;
     const HttpResponseHeader header = op->httpResponseHeader();
+    // No answer and no network error: it failed before anything went out, on
+    // its own body, and sending it again would fail the same way.
     if (!header.isValid())
-        return Retry;
+        return NoRetry;
     const int status = header.statusCode();
     if (!error.isNull() && isRetriableAnswer(status, error.code())) {
         // The clone is signed anew, with the corrected clock.

@@ -2,6 +2,7 @@
 """A tiny S3 store that misbehaves on request, for the fault tests. Standard library only.
 
 usage: faultstore.py --port-file FILE --log FILE --rules FILE [--port N] [--bucket NAME]...
+                    [--parent PID]    (ends when that process is gone)
 
 It serves buckets and objects from memory (path style, or virtual-host style through a
 "<bucket>.s3.localhost" Host), checks no signature, and listens on 127.0.0.1 and ::1 with one
@@ -317,6 +318,15 @@ class Server6(Server):
     address_family = socket.AF_INET6
 
 
+def watch_parent(pid):
+    while True:
+        try:
+            os.kill(pid, 0)
+        except OSError:
+            os._exit(0)
+        time.sleep(0.5)
+
+
 def main():
     global ARGS
     parser = argparse.ArgumentParser()
@@ -325,7 +335,10 @@ def main():
     parser.add_argument("--rules", required=True)
     parser.add_argument("--port", type=int, default=0)
     parser.add_argument("--bucket", action="append", default=[])
+    parser.add_argument("--parent", type=int)
     ARGS = parser.parse_args()
+    if ARGS.parent:
+        threading.Thread(target=watch_parent, args=(ARGS.parent,), daemon=True).start()
     for name in ARGS.bucket:
         BUCKETS[name] = {}
     v4 = Server(("127.0.0.1", ARGS.port), Handler)

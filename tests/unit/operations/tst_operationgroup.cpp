@@ -18,6 +18,11 @@ OpError networkError(int number)
     return OpError(OpError::NetworkError, QString::number(number), "network", QString());
 }
 
+OpError fileError()
+{
+    return OpError(OpError::FileError, QString(), "Permission denied", QString());
+}
+
 OpError serviceError(const QString& code)
 {
     return OpError(OpError::ServiceError, code, "service", QString());
@@ -105,7 +110,7 @@ void TestOperationGroup::webRetryDecision_data()
     QTest::newRow("network error 7") << networkError(7) << none << false;
     QTest::newRow("network error 8") << networkError(8) << none << false;
     QTest::newRow("network error 9") << networkError(9) << none << false;
-    QTest::newRow("no answer read") << serviceError("X") << none << true;
+    QTest::newRow("failed before sending") << fileError() << none << false;
     QTest::newRow("400 BadDigest") << serviceError("BadDigest") << QByteArray("HTTP/1.1 400 Bad") << true;
     QTest::newRow("400 IncompleteBody") << serviceError("IncompleteBody") << QByteArray("HTTP/1.1 400 Bad") << true;
     QTest::newRow("400 RequestTimeout") << serviceError("RequestTimeout") << QByteArray("HTTP/1.1 400 Bad") << true;
