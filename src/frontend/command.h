@@ -81,6 +81,8 @@ private:
     void readDecryptionPasswordsFromEnvironment();
     static void applyHttpProxyFromEnvironment();
     void write(QTextStream& stream, const QString& text);
+    void noteFailure(AbstractShellOperation* op);
+    void printFailureSummary();
 
     QTextStream m_outStream;
     QTextStream m_errStream;
@@ -101,6 +103,8 @@ private:
     StorageDirective m_storageOption;
     Multipart m_multipartOpt;
     int m_port = 0;
+    // One line per failed path, for the summary that ends a failed run.
+    QStringList m_failures;
 };
 
 #endif

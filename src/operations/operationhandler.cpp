@@ -10,6 +10,7 @@
 #include "net/httpclient.h"
 #include "operations/abstractlocaloperation.h"
 #include "operations/abstractshelloperation.h"
+#include "operations/retrypolicy.h"
 #include "operations/localoperationrunner.h"
 #include "util/brindlelib.h"
 
@@ -149,6 +150,7 @@ void OperationHandler::slotExecuteWsOperation(AbstractWebServiceOperation* op)
     op->makeRequestHeader();
     const HttpRequestHeader header = op->httpRequestHeader();
     connectTo(op, header.url());
+    httpClient()->setResendLimit(RetryPolicy::clientResendsLeft(op));
     m_requestId = httpClient()->request(header, op->requestDataDevice(), nullptr);
     logRequestDescription(op);
 }
@@ -194,6 +196,9 @@ AbstractWebServiceOperation* OperationHandler::currentWebOperation() const
 void OperationHandler::httpRequestStarted(int id, const QByteArray& header)
 {
     AbstractWebServiceOperation* op = currentWebOperation();
+    // The second report of each send, the client's own resends included.
+    if (op && id == -1)
+        op->setSendCount(op->sendCount() + 1);
     if (!op || id != m_requestId || !isLogEnabled())
         return;
     logHead(op, header, "> ");

@@ -15,6 +15,15 @@ bool isFinalClientError(const OpError& error)
     const int number = error.code().toInt(&ok);
     return ok && number >= 7 && number <= 9;
 }
+// The store's refusal carries its own time; the reference host is asked only
+// when it doesn't, so that a private network can correct its clock too.
+int skewFromAnswer(AbstractWebServiceOperation* op)
+{
+    int offset = 0;
+    if (TimeOffset::offsetFromAnswer(op->responseData(), op->httpResponseHeader().field("Date").value(), &offset))
+        return offset;
+    return TimeOffset::computeTimeOffset();
+}
 } // namespace
 
 bool isRetriableAnswer(int status, const QString& code)
@@ -50,7 +59,7 @@ Decision decide(AbstractWebServiceOperation* op)
     if (!error.isNull() && isRetriableAnswer(status, error.code())) {
         // The clone is signed anew, with the corrected clock.
         if (status == 403)
-            BrindleLib::setTimeOffset(TimeOffset::computeTimeOffset());
+            BrindleLib::setTimeOffset(skewFromAnswer(op));
         return Retry;
     }
     if (status >= 300 && status <= 399)

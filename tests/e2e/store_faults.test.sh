@@ -22,6 +22,8 @@ upload_fails() {  # WHAT RULES TEXT
   e2e_check "$1: error block names the file and the reason" \
     grep -qzE "\*\* Error \*\*.*Message: .*doomed.txt.*$3" "$E2E_OUTPUT"
   e2e_expect_eq "$1: what the store holds" fine.txt "$(fault_keys fb)"
+  e2e_check "$1: at most 9 sends of the PUT ($(fault_count '^PUT /fb/doomed'))" \
+    test "$(fault_count '^PUT /fb/doomed')" -le 9
   fault_rules '[]'
   curl -sf -X DELETE "$(_fault_url fb fine.txt)" >/dev/null
 }

@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include "operations/dummyoperation.h"
+#include "operations/retrypolicy.h"
 #include "testoperations.h"
 
 // Drives the group protocol the way the scheduler does, without threads.
@@ -28,6 +29,17 @@ OpError serviceError(const QString& code)
     return OpError(OpError::ServiceError, code, "service", QString());
 }
 
+// Lets every retry's wait run out at once.
+void endWaits(OperationGroup* group)
+{
+    for (int i = 0; i < group->operationCount(); ++i) {
+        AbstractOperation* op = group->operationAt(i);
+        op->setNotBefore(0);
+        if (op->isGroup())
+            endWaits(static_cast<OperationGroup*>(op));
+    }
+}
+
 // Runs every atomic operation the root hands out through `answer` until the
 // root finishes; returns how many were run.
 template <typename Answer>
@@ -35,6 +47,7 @@ int runToEnd(OperationGroup* root, Answer answer)
 {
     int runs = 0;
     while (!root->isFinished() && runs < 100) {
+        endWaits(root);
         AbstractOperation* next = root->takeNextToExecute();
         if (!next)
             break;
@@ -139,9 +152,14 @@ void TestOperationGroup::webRetryDecision()
 
     QCOMPARE(!root.isFinished(), retried);
     if (retried) {
+        // The replacement waits its turn without holding anything up.
+        QCOMPARE(root.takeNextToExecute(), nullptr);
+        endWaits(&root);
         AbstractOperation* clone = root.takeNextToExecute();
         QVERIFY(clone && clone != op);
         QCOMPARE(clone->errorCounter(), 1);
+        QVERIFY(clone->waitedMs() >= RetryPolicy::firstDelayMs / 2);
+        QVERIFY2(clone->log().contains("Retry: attempt 2 of 9 in "), clone->log().constData());
         QVERIFY(root.error().isNull());
     } else {
         QCOMPARE(root.error().isNull(), error.isNull());
