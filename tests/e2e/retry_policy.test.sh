@@ -16,7 +16,7 @@ fault_start fb
 
 # seconds between the first and the last logged request matching ERE
 span() { fault_requests_timed | awk -v re="$1" '$2" "$3 ~ re { if (!f) f = $1; l = $1 } END { printf "%d", l - f }'; }
-fault_requests_timed() { tail -n +$(( $(cat "$FAULT_LOG.mark") + 1 )) "$FAULT_LOG" | cut -f1-4 | tr '\t' ' '; }
+fault_requests_timed() { tail -n +$(( $(cat "$FAULT_LOG.mark") + 1 )) "$FAULT_LOG" | cut -f1-5 | tr '\t' ' '; }
 
 # 500 on every PUT of one file: nine sends, spread out by the backoff, then exit 1 and the summary.
 fault_rules '[{"method":"PUT","path":"doomed","action":"status","status":500}]'

@@ -174,6 +174,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.close_connection = True
 
     def dispatch(self):
+        self.continued = False  # one handler serves every request of a kept connection
         url = urllib.parse.urlsplit(self.path)
         rule = match_rule(self.command, url.path, url.query)
         action = rule.get("action", "status") if rule else None
