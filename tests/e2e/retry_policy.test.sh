@@ -58,6 +58,21 @@ fault_quorle s3://fb/ "$E2E_WORK/back/"
 e2e_expect_eq "truncated body once: exit code" 0 "$E2E_STATUS"
 e2e_check "truncated body once: whole file" cmp "$SRC/fine.txt" "$E2E_WORK/back/fine.txt"
 
+# Listings that never end, or weigh 10 MB: the run ends either way, in bounded time.
+mkdir -p "$E2E_WORK/list"
+fault_rules '[{"method":"GET","path":"^/fb/$","query":"prefix=","action":"listing","keys":["fine.txt"],
+               "truncated":true,"marker":"fine.txt"}]'
+fault_mark
+E2E_QUORLE_TIMEOUT=60 fault_quorle s3://fb/ "$E2E_WORK/list/"
+e2e_expect_eq "listing truncated for ever: exit code" 1 "$E2E_STATUS"
+e2e_check "listing truncated for ever: said so" grep -q 'stays at the same page' "$E2E_OUTPUT"
+e2e_check "listing truncated for ever: few requests" test "$(fault_count '^GET /fb/\?')" -le 3
+fault_rules '[{"method":"GET","path":"^/fb/$","query":"prefix=","action":"listing","keys":["fine.txt"],
+               "pad":10000000}]'
+E2E_QUORLE_TIMEOUT=60 fault_quorle s3://fb/ "$E2E_WORK/list/"
+e2e_expect_eq "listing of 10 MB: exit code" 0 "$E2E_STATUS"
+e2e_check "listing of 10 MB: its file" cmp "$SRC/fine.txt" "$E2E_WORK/list/fine.txt"
+
 # A store down at the start and back 3 s later, on the same port, with nothing holding the port.
 fault_rules '[]'
 fault_stop
