@@ -64,5 +64,15 @@ e2e_expect_eq "unreadable source file: no request for it" 0 "$(fault_count 'doom
 e2e_check "unreadable source file: fails at once ($SECONDS s)" test "$SECONDS" -lt 20
 e2e_expect_eq "unreadable source file: the store" fine.txt "$(fault_keys fb)"
 
+# A destination the user may not write to: the file fails with the reason, nothing is left there.
+mkdir -p "$E2E_WORK/locked"
+chmod 755 "$E2E_WORK/locked"
+SECONDS=0
+QUORLE_BINARY=$E2E_WORK/as-nobody fault_quorle s3://fb/ "$E2E_WORK/locked/"
+e2e_expect_eq "unwritable destination: exit code" 1 "$E2E_STATUS"
+e2e_check "unwritable destination: the reason" grep -qzE 'fine.txt.*Permission denied' "$E2E_OUTPUT"
+e2e_check "unwritable destination: fails at once ($SECONDS s)" test "$SECONDS" -lt 20
+e2e_expect_eq "unwritable destination: left empty" "" "$(ls -A "$E2E_WORK/locked")"
+
 fault_stop
 e2e_finish
