@@ -37,10 +37,19 @@ UploadAtomicOperation* UploadAtomicOperation::clone(OperationGroup* parent) cons
 
 bool UploadAtomicOperation::initializeRequestDataDevice()
 {
-    // Closed here so that the client opens it again and reads from byte 0.
-    if (m_device && m_device->isOpen())
+    // Opened afresh for every attempt, and before anything is sent: a body that
+    // can't be read must fail the file now, not leave the store waiting for it.
+    if (!m_device)
+        return true;
+    if (m_device->isOpen())
         m_device->close();
-    return true;
+    if (m_device->open(QIODevice::ReadOnly))
+        return true;
+    setError(OpError(OpError::FileError, QString(),
+                     QStringLiteral("Operation: %1\nPath: %2\n%3")
+                         .arg(name(), m_source->displayPath(), m_device->errorString()),
+                     QString()));
+    return false;
 }
 
 Metadata UploadAtomicOperation::httpFieldList() const

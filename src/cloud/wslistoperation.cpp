@@ -86,9 +86,25 @@ void WSListOperation::pageFinished(AbstractWSListAtomicOperation* page)
         m_seenFolders.insert(path);
         folders.append(folder);
     }
-    if (page->hasNextPage())
+    if (page->hasNextPage() && !advances(page))
+        setError(OpError(OpError::GeneralError, QString(),
+                         tr("The listing of the store stays at the same page"), QString()));
+    else if (page->hasNextPage())
         append(makePage(page));
     page->clearList();
+}
+
+// A store that hands out the marker it was given would keep the run listing
+// the same page for ever.
+bool WSListOperation::advances(const AbstractWSListAtomicOperation* page) const
+{
+    if (m_listVersionMode == BrindleLib::ListCurrentVersions) {
+        const auto* current = static_cast<const WSListAtomicOperation*>(page);
+        return current->nextMarker != current->marker();
+    }
+    const auto* versions = static_cast<const ListS3VersionsAtomicOperation*>(page);
+    return versions->nextKeyMarker != versions->keyMarker()
+        || versions->nextVersionIdMarker != versions->versionIdMarker();
 }
 
 void WSListOperation::clearList()

@@ -52,6 +52,7 @@ private:
     // The page that follows page, or the first one for a null page.
     AbstractWSListAtomicOperation* makePage(const AbstractWSListAtomicOperation* page);
     void pageFinished(AbstractWSListAtomicOperation* page);
+    bool advances(const AbstractWSListAtomicOperation* page) const;
 
     const QSharedPointer<AbstractS3Folder> m_folder;
     const QSharedPointer<AbstractCloudFile> m_file;

@@ -10,6 +10,7 @@
 #include "items/endpoint.h"
 #include "net/proxyenvironment.h"
 #include "net/tlssettings.h"
+#include "operations/retrypolicy.h"
 #include "operations/shell.h"
 #include "frontend/progressreporter.h"
 #include "net/httpstats.h"
@@ -413,6 +414,7 @@ void Command::slotOperationFinished(AbstractShellOperation* op)
         printErr(QStringLiteral("** Error **"));
         printErr(QStringLiteral("Operation: ") + op->name());
         printErr(QStringLiteral("Message: ") + error.toString(false));
+        noteFailure(op);
     }
     if (op->uniqueId() != m_rootOperationId) {
         op->clearAllOperations();
@@ -429,7 +431,31 @@ void Command::slotOperationFinished(AbstractShellOperation* op)
     }
     const bool success = op->error().isNull();
     delete op;
+    if (!success)
+        printFailureSummary();
     QCoreApplication::exit(success ? 0 : 1);
+}
+
+void Command::noteFailure(AbstractShellOperation* op)
+{
+    const QString source = op->sourceDisplayPath();
+    const QString destination = op->destinationDisplayPath();
+    QString path = source.isEmpty() || destination.isEmpty() ? source + destination
+                                                             : source + QStringLiteral(" -> ") + destination;
+    if (path.isEmpty())
+        path = op->name();
+    m_failures.append(path + QStringLiteral(": ") + RetryPolicy::reason(op));
+}
+
+// After the error blocks, which a long run scrolls away: every path that
+// failed and why, last on stderr where a backup script's log ends.
+void Command::printFailureSummary()
+{
+    if (m_failures.isEmpty())
+        return;
+    printErr(tr("Failed: %1").arg(m_failures.size()));
+    for (const QString& line : std::as_const(m_failures))
+        printErr(line);
 }
 
 void Command::operationFinished(AbstractShellOperation*)

@@ -94,6 +94,8 @@ private:
     int finishArguments(const QStringList& rest);
     void readDecryptionPasswordsFromEnvironment();
     void write(QTextStream& stream, const QString& text);
+    void noteFailure(AbstractShellOperation* op);
+    void printFailureSummary();
 
     QTextStream m_outStream;
     QTextStream m_errStream;
@@ -117,6 +119,8 @@ private:
     int m_port = 0;
     SignatureSettings::Choice m_signatureChoice = SignatureSettings::Automatic;
     QString m_region;
+    // One line per failed path, for the summary that ends a failed run.
+    QStringList m_failures;
 };
 
 #endif

@@ -61,6 +61,9 @@ public:
     int closeConnection();
 
     void abort();
+    // Caps the resends after a connection broken while sending (2 by default)
+    // for the requests that start from now on.
+    void setResendLimit(int limit) { m_resendLimit = limit; }
     void ignoreSslErrors();
     // A null socket makes the client create its own on first use.
     void setSock(QTcpSocket* socket);
@@ -135,6 +138,7 @@ private:
     QTcpSocket* m_socket = nullptr;
     bool m_ownsSocket = false;
     int m_reconnectAttempts = 2;
+    int m_resendLimit = 2;
     QList<PrivateHttpRequest*> m_pending;
     State m_state = Unconnected;
     State m_stateBeforeReading = Unconnected;

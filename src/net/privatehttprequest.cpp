@@ -46,7 +46,7 @@ void PrivateHttpNormalRequest::start(HttpClient* client)
     if (m_to && (m_to->isOpen() || m_to->open(QIODevice::WriteOnly)))
         client->m_toDevice = m_to;
 
-    client->m_reconnectAttempts = 2;
+    client->m_reconnectAttempts = qMin(2, client->m_resendLimit);
     client->slotSendRequest();
 }
 

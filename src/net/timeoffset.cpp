@@ -113,3 +113,21 @@ QDateTime fromHttpDate(const QString& text)
         result.setTimeSpec(Qt::UTC);
     return result;
 }
+
+bool TimeOffset::offsetFromAnswer(const QByteArray& errorDocument, const QByteArray& dateField, int* offset)
+{
+    QDateTime remote;
+    const int start = errorDocument.indexOf("<ServerTime>");
+    const int end = errorDocument.indexOf("</ServerTime>");
+    if (start >= 0 && end > start) {
+        const int from = start + int(sizeof("<ServerTime>")) - 1;
+        remote = QDateTime::fromString(QString::fromLatin1(errorDocument.mid(from, end - from)).trimmed(),
+                                       Qt::ISODateWithMs);
+    }
+    if (!remote.isValid())
+        remote = fromHttpDate(QString::fromLatin1(dateField));
+    if (!remote.isValid())
+        return false;
+    *offset = int(QDateTime::currentDateTimeUtc().secsTo(remote.toUTC()));
+    return true;
+}

@@ -45,6 +45,9 @@ public:
     // The mean of three measurements, truncated towards zero; failures count as 0.
     // The caller stores it with BrindleLib::setTimeOffset.
     static int computeTimeOffset();
+    // The offset from a store's own refusal: its <ServerTime>, else its "Date".
+    // False when neither gives a time.
+    static bool offsetFromAnswer(const QByteArray& errorDocument, const QByteArray& dateField, int* offset);
 
 private:
     TimeOffsetThread m_thread;

@@ -134,6 +134,15 @@ public:
     void setTag(int tag);
     int errorCounter() const;
     void setErrorCounter(int counter);
+    // Requests sent for this piece of work so far, its earlier attempts included.
+    int sendCount() const;
+    void setSendCount(int count);
+    // Milliseconds since the epoch before which the scheduler leaves it alone.
+    qint64 notBefore() const;
+    void setNotBefore(qint64 msecsSinceEpoch);
+    // Milliseconds its earlier attempts have waited in all.
+    int waitedMs() const;
+    void setWaitedMs(int ms);
     bool ignoreFlag() const;
     QDateTime dateTime() const;
     void setDateTime(const QDateTime& dateTime);
@@ -169,6 +178,9 @@ private:
     bool m_hasLog = false;
     int m_tag = 0;
     int m_errorCounter = 0;
+    int m_sendCount = 0;
+    qint64 m_notBefore = 0;
+    int m_waitedMs = 0;
     QAtomicInt m_ignoreCount;
     QDateTime m_dateTime;
     int m_uniqueId;

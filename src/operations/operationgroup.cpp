@@ -2,12 +2,15 @@
 
 #include <algorithm>
 
+#include <QDateTime>
 #include <QMutexLocker>
+#include <QRandomGenerator>
 #include <QUrl>
 
 #include "cloud/abstractwebserviceoperation.h"
 #include "operations/abstractshelloperation.h"
 #include "operations/dummyoperation.h"
+#include "operations/retrypolicy.h"
 #include "operations/webretrypolicy.h"
 
 OperationGroup::OperationGroup(OperationGroup* parent)
@@ -130,11 +133,12 @@ AbstractOperation* OperationGroup::takeNextToExecute()
         append(new DummyOperation);
 
     const QList<AbstractOperation*> pending = m_pending;
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
     for (AbstractOperation* child : pending) {
         const OperationState state = child->state();
         if (state == FinishedState)
             continue;
-        if (!child->isGroup() && state == RunningState)
+        if (!child->isGroup() && (state == RunningState || child->notBefore() > now))
             continue;
         if (child->waitForPrevious() && m_finishedCount.loadAcquire() < child->row())
             return nullptr;
@@ -161,7 +165,7 @@ bool OperationGroup::prepareNextOperation(AbstractOperation* child)
     if (child->isWebServiceOperation())
         return decideWebRetry(static_cast<AbstractWebServiceOperation*>(child));
     if (child->isLocalOperation() && !child->error().isNull())
-        return retryIfAllowed(child, 3);
+        return retryIfAllowed(child);
     return false;
 }
 
@@ -169,7 +173,7 @@ bool OperationGroup::decideWebRetry(AbstractWebServiceOperation* child)
 {
     switch (WebRetryPolicy::decide(child)) {
     case WebRetryPolicy::Retry:
-        return retryIfAllowed(child, 7);
+        return retryIfAllowed(child);
     case WebRetryPolicy::Redirect:
         return followRedirect(child);
     case WebRetryPolicy::Resend:
@@ -199,30 +203,53 @@ bool OperationGroup::followRedirect(AbstractWebServiceOperation* child)
     return true;
 }
 
-bool OperationGroup::retryIfAllowed(AbstractOperation* child, int maxCounter)
+bool OperationGroup::retryIfAllowed(AbstractOperation* child)
 {
-    if (child->errorCounter() > maxCounter)
+    if (!RetryPolicy::allowsAnother(child))
         return false;
     retry(child);
     return true;
 }
 
+// The wait before the replacement may run, and its line in the log.
+void OperationGroup::scheduleRetry(AbstractOperation* child, AbstractOperation* replacement)
+{
+    const int failures = child->errorCounter() + 1;
+    int hint = 0;
+    if (child->isWebServiceOperation())
+        hint = RetryPolicy::retryAfterMs(static_cast<AbstractWebServiceOperation*>(child)->httpResponseHeader());
+    const bool slowDown = child->error().code() == QLatin1String("SlowDown");
+    const int delay = RetryPolicy::scaled(RetryPolicy::delayMs(failures, child->waitedMs(), hint, slowDown,
+                                                               QRandomGenerator::global()->generateDouble()));
+    replacement->setSendCount(child->sendCount());
+    replacement->setWaitedMs(child->waitedMs() + delay);
+    replacement->setNotBefore(QDateTime::currentMSecsSinceEpoch() + delay);
+    const bool web = child->isWebServiceOperation();
+    const QString line = QStringLiteral("\nRetry: attempt %1 of %2 in %3 s, after: %4\n")
+                             .arg(web ? std::max(child->sendCount(), failures) + 1 : failures + 1)
+                             .arg(web ? RetryPolicy::maxWebSends : RetryPolicy::maxLocalRuns)
+                             .arg(delay / 1000.0, 0, 'f', 3)
+                             .arg(RetryPolicy::reason(child));
+    replacement->addLog(line.toUtf8());
+}
+
 void OperationGroup::retry(AbstractOperation* child)
 {
+    AbstractOperation* replacement = child->clone(this);
+    if (!replacement)
+        return;
+    replacement->addLog(child->log());
+    scheduleRetry(child, replacement);
     if (!child->error().isNull()) {
         child->removeError();
         const qint64 progress = child->transferProgress();
         if (progress != 0)
             child->addToTransferProgress(-progress);
     }
-    AbstractOperation* replacement = child->clone(this);
-    if (!replacement)
-        return;
     replacement->setParent(this);
     replacement->setTag(child->tag());
     replacement->setWaitForPrevious(child->waitForPrevious());
     replacement->setErrorCounter(child->errorCounter() + 1);
-    replacement->addLog(child->log());
     child->setState(PendingState);
     replacePendingOperation(child, replacement);
 }

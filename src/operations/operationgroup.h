@@ -63,8 +63,9 @@ protected:
 private:
     bool decideWebRetry(AbstractWebServiceOperation* child);
     bool followRedirect(AbstractWebServiceOperation* child);
-    bool retryIfAllowed(AbstractOperation* child, int maxCounter);
+    bool retryIfAllowed(AbstractOperation* child);
     void retry(AbstractOperation* child);
+    static void scheduleRetry(AbstractOperation* child, AbstractOperation* replacement);
     void clearChildren(bool shellOperationsToo);
 
     QList<AbstractOperation*> m_pending;

@@ -10,6 +10,7 @@
 #include "net/httpclient.h"
 #include "operations/abstractlocaloperation.h"
 #include "operations/abstractshelloperation.h"
+#include "operations/retrypolicy.h"
 #include "operations/localoperationrunner.h"
 #include "util/brindlelib.h"
 
@@ -148,6 +149,7 @@ void OperationHandler::slotExecuteWsOperation(AbstractWebServiceOperation* op)
     op->makeRequestHeader();
     const HttpRequestHeader header = op->httpRequestHeader();
     connectTo(op, header.url());
+    httpClient()->setResendLimit(RetryPolicy::clientResendsLeft(op));
     m_requestId = httpClient()->request(header, op->requestDataDevice(), nullptr);
     logRequestDescription(op);
 }
@@ -193,6 +195,9 @@ AbstractWebServiceOperation* OperationHandler::currentWebOperation() const
 void OperationHandler::httpRequestStarted(int id, const QByteArray& header)
 {
     AbstractWebServiceOperation* op = currentWebOperation();
+    // The second report of each send, the client's own resends included.
+    if (op && id == -1)
+        op->setSendCount(op->sendCount() + 1);
     if (!op || id != m_requestId || !isLogEnabled())
         return;
     logHead(op, header, "> ");
@@ -283,7 +288,12 @@ void OperationHandler::httpRequestFinished(int id, bool failed)
         m_lastShellOperationId = shell->uniqueId();
     }
     if (failed) {
-        failRequest(op);
+        failRequest(op, int(httpClient()->error()), httpClient()->errorString());
+    } else if (!hasFinalAnswer(op)) {
+        // The connection went before a final status: whatever was asked of the
+        // store may not have happened, so this is no success.
+        failed = true;
+        failRequest(op, HttpClient::UnexpectedClose, QStringLiteral("Server closed connection unexpectedly"));
     } else {
         if (op->transferType() == AbstractWebServiceOperation::UploadTransfer)
             catchUpUploadProgress(op);
@@ -303,12 +313,18 @@ void OperationHandler::httpRequestFinished(int id, bool failed)
     finishOperation(op);
 }
 
-void OperationHandler::failRequest(AbstractWebServiceOperation* op)
+void OperationHandler::failRequest(AbstractWebServiceOperation* op, int code, const QString& text)
 {
-    HttpClient* client = httpClient();
-    const QString number = QString::number(int(client->error()));
-    logOperation(op, "HTTP Error : (" + number.toUtf8() + ") " + client->errorString().toUtf8());
-    op->setError(networkError(op, int(client->error()), client->errorString()));
+    logOperation(op, "HTTP Error : (" + QByteArray::number(code) + ") " + text.toUtf8());
+    op->setError(networkError(op, code, text));
+}
+
+// An interim "100 Continue" is kept as the operation's answer until the real
+// one comes, so a valid head alone proves nothing.
+bool OperationHandler::hasFinalAnswer(AbstractWebServiceOperation* op)
+{
+    const HttpResponseHeader header = op->httpResponseHeader();
+    return header.isValid() && header.statusCode() >= 200;
 }
 
 OpError OperationHandler::networkError(AbstractOperation* op, int code, const QString& text)

@@ -82,7 +82,8 @@ private:
     void logHead(AbstractOperation* op, const QByteArray& head, const QByteArray& prefix);
     // A heading and, if the body is XML, the body indented.
     void logBody(AbstractOperation* op, const QByteArray& heading, const QByteArray& body);
-    void failRequest(AbstractWebServiceOperation* op);
+    void failRequest(AbstractWebServiceOperation* op, int code, const QString& text);
+    static bool hasFinalAnswer(AbstractWebServiceOperation* op);
 
     HttpClient* m_httpClient = nullptr;
     QString m_lastHost;

@@ -202,7 +202,10 @@ void Shell::checkForExecute()
         m_operations.removeOne(removed.at(i));
         Q_EMIT operationRemoved(removed.at(i)->uniqueId());
     }
-    if (m_runningOperations == 0 && (!m_lastPass.isValid() || m_lastPass.elapsed() > 199))
+    // Free handlers matter, not idle ones: a retry whose wait is over must not
+    // wait on a long transfer as well.
+    if (m_runningOperations < m_maxConcurrentOperations
+        && (!m_lastPass.isValid() || m_lastPass.elapsed() > 199))
         executeNextOperation();
 }
 

@@ -16,6 +16,15 @@ bool isFinalClientError(const OpError& error)
     const int number = error.code().toInt(&ok);
     return ok && number >= 7 && number <= 9;
 }
+// The store's refusal carries its own time; the reference host is asked only
+// when it doesn't, so that a private network can correct its clock too.
+int skewFromAnswer(AbstractWebServiceOperation* op)
+{
+    int offset = 0;
+    if (TimeOffset::offsetFromAnswer(op->responseData(), op->httpResponseHeader().field("Date").value(), &offset))
+        return offset;
+    return TimeOffset::computeTimeOffset();
+}
 } // namespace
 
 bool isRetriableAnswer(int status, const QString& code)
@@ -45,13 +54,15 @@ Decision decide(AbstractWebServiceOperation* op)
     if (SignatureFallback::learnFromAnswer(op))
         return Resend;
     const HttpResponseHeader header = op->httpResponseHeader();
+    // No answer and no network error: it failed before anything went out, on
+    // its own body, and sending it again would fail the same way.
     if (!header.isValid())
-        return Retry;
+        return NoRetry;
     const int status = header.statusCode();
     if (!error.isNull() && isRetriableAnswer(status, error.code())) {
         // The clone is signed anew, with the corrected clock.
         if (status == 403)
-            BrindleLib::setTimeOffset(TimeOffset::computeTimeOffset());
+            BrindleLib::setTimeOffset(skewFromAnswer(op));
         return Retry;
     }
     if (status >= 300 && status <= 399)

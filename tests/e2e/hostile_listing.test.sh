@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# A listing whose keys climb out of the destination ("../../x", "a/../../b", "/abs"): each such key
+# is skipped with an error naming it, nothing is written outside the destination, the ordinary key
+# is still downloaded, and the run ends with exit 1.
+# shellcheck source=lib/e2e.sh
+. "$(dirname "$0")/lib/e2e.sh"
+# shellcheck source=lib/faultstore.sh
+. "$(dirname "$0")/lib/faultstore.sh"
+e2e_init
+
+fault_start fb
+for key in ../../x a/../../b /abs ok.txt; do fault_put fb "$key" "body of $key"; done
+fault_rules '[{"method":"GET","path":"^/fb/$","query":"prefix=","action":"listing",
+               "keys":["../../x","/abs","a/../../b","ok.txt"]}]'
+DST=$E2E_WORK/x/y/dst
+mkdir -p "$DST"
+fault_quorle s3://fb/ "$DST/"
+e2e_expect_eq "exit code" 1 "$E2E_STATUS"
+for key in ../../x a/../../b /abs; do
+  e2e_check "an error names '$key'" grep -qF -- "$key" "$E2E_OUTPUT"
+done
+e2e_expect_eq "the ordinary key arrived" "body of ok.txt" "$(cat "$DST/ok.txt" 2>/dev/null || true)"
+e2e_expect_eq "nothing outside the destination" "" \
+  "$(find "$E2E_WORK" -path "$DST" -prune -o -type f \( -name x -o -name b -o -name abs \) -print)"
+e2e_expect_eq "nothing at the root" "" "$(ls -d /abs /x /b 2>/dev/null || true)"
+e2e_expect_eq "no GET of a climbing key" 0 "$(fault_count '^GET /fb/(\.\./|/|a/\.\./)')"
+
+fault_stop
+e2e_finish

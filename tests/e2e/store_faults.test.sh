@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# A store that drops connections, and source files that can't be read: every such file fails with
+# exit 1 and a reason, nothing is reported stored that is not, the other files still go through.
+# shellcheck source=lib/e2e.sh
+. "$(dirname "$0")/lib/e2e.sh"
+# shellcheck source=lib/faultstore.sh
+. "$(dirname "$0")/lib/faultstore.sh"
+e2e_init
+
+SRC=$E2E_WORK/src
+mkdir -p "$SRC"
+echo fine >"$SRC/fine.txt"
+echo doomed >"$SRC/doomed.txt"
+fault_start fb
+
+# The upload of doomed.txt meets RULES: exit 1 with TEXT, fine.txt stored, doomed.txt not.
+upload_fails() {  # WHAT RULES TEXT
+  fault_rules "$2"
+  fault_mark
+  fault_quorle "$SRC/" s3://fb/
+  e2e_expect_eq "$1: exit code" 1 "$E2E_STATUS"
+  e2e_check "$1: error block names the file and the reason" \
+    grep -qzE "\*\* Error \*\*.*Message: .*doomed.txt.*$3" "$E2E_OUTPUT"
+  e2e_expect_eq "$1: what the store holds" fine.txt "$(fault_keys fb)"
+  e2e_check "$1: at most 9 sends of the PUT ($(fault_count '^PUT /fb/doomed'))" \
+    test "$(fault_count '^PUT /fb/doomed')" -le 9
+  fault_rules '[]'
+  curl -sf -X DELETE "$(_fault_url fb fine.txt)" >/dev/null
+}
+
+upload_fails "PUT closed at once" '[{"method":"PUT","path":"doomed","action":"close"}]' \
+  'Server closed connection unexpectedly'
+# The store takes the body after "100 Continue" and goes; the client's resends find it closing at
+# once. The interim answer must not pass for the store's.
+upload_fails "PUT closed after the body" \
+  '[{"method":"PUT","path":"doomed","action":"close-after-body","times":1},
+    {"method":"PUT","path":"doomed","action":"close"}]' 'Server closed connection unexpectedly'
+
+# GET dropped before the status line: no file, not even a partial one; the other file arrives.
+fault_rules '[]'
+fault_quorle "$SRC/" s3://fb/
+mkdir -p "$E2E_WORK/back"
+fault_rules '[{"method":"GET","path":"doomed","action":"close"}]'
+fault_quorle s3://fb/ "$E2E_WORK/back/"
+e2e_expect_eq "GET closed before the status: exit code" 1 "$E2E_STATUS"
+e2e_check "GET closed before the status: error block" \
+  grep -qzE '\*\* Error \*\*.*doomed.txt.*Server closed connection unexpectedly' "$E2E_OUTPUT"
+e2e_expect_eq "GET closed before the status: what arrived" fine.txt "$(ls -A "$E2E_WORK/back")"
+
+# An unreadable source file, run as an ordinary user: the file fails at once with the
+# system's reason, and no request is sent for it.
+fault_rules '[]'
+curl -sf -X DELETE "$(_fault_url fb doomed.txt)" >/dev/null
+chmod 755 "$E2E_WORK" "$SRC"
+chmod 000 "$SRC/doomed.txt"
+printf '#!/bin/sh\nexec runuser -u nobody -- %q "$@"\n' "$QUORLE_BINARY" >"$E2E_WORK/as-nobody"
+chmod 755 "$E2E_WORK/as-nobody"
+fault_mark
+SECONDS=0
+QUORLE_BINARY=$E2E_WORK/as-nobody fault_quorle "$SRC/" s3://fb/
+e2e_expect_eq "unreadable source file: exit code" 1 "$E2E_STATUS"
+e2e_check "unreadable source file: the reason" grep -qzE 'doomed.txt.*Permission denied' "$E2E_OUTPUT"
+e2e_expect_eq "unreadable source file: no request for it" 0 "$(fault_count 'doomed')"
+e2e_check "unreadable source file: fails at once ($SECONDS s)" test "$SECONDS" -lt 20
+e2e_expect_eq "unreadable source file: the store" fine.txt "$(fault_keys fb)"
+
+# A destination the user may not write to: the file fails with the reason, nothing is left there.
+mkdir -p "$E2E_WORK/locked"
+chmod 755 "$E2E_WORK/locked"
+SECONDS=0
+QUORLE_BINARY=$E2E_WORK/as-nobody fault_quorle s3://fb/ "$E2E_WORK/locked/"
+e2e_expect_eq "unwritable destination: exit code" 1 "$E2E_STATUS"
+e2e_check "unwritable destination: the reason" grep -qzE 'fine.txt.*Permission denied' "$E2E_OUTPUT"
+e2e_check "unwritable destination: fails at once ($SECONDS s)" test "$SECONDS" -lt 20
+e2e_expect_eq "unwritable destination: left empty" "" "$(ls -A "$E2E_WORK/locked")"
+
+fault_stop
+e2e_finish
