@@ -177,9 +177,9 @@ bool OperationGroup::decideWebRetry(AbstractWebServiceOperation* child)
     case WebRetryPolicy::Redirect:
         return followRedirect(child);
     case WebRetryPolicy::Resend:
-        // Sent again signed anew, which is no retry: the clone keeps the count.
-        child->setErrorCounter(child->errorCounter() - 1);
-        retry(child);
+        // Sent again signed anew, which is no retry: no wait, and neither the
+        // send nor the failure counts.
+        retry(child, Uncounted);
         return true;
     case WebRetryPolicy::NoRetry:
         break;
@@ -214,6 +214,11 @@ bool OperationGroup::retryIfAllowed(AbstractOperation* child)
 // The wait before the replacement may run, and its line in the log.
 void OperationGroup::scheduleRetry(AbstractOperation* child, AbstractOperation* replacement)
 {
+    if (replacement->errorCounter() == child->errorCounter()) {
+        replacement->setSendCount(std::max(0, child->sendCount() - 1));
+        replacement->setWaitedMs(child->waitedMs());
+        return;
+    }
     const int failures = child->errorCounter() + 1;
     int hint = 0;
     if (child->isWebServiceOperation())
@@ -233,12 +238,13 @@ void OperationGroup::scheduleRetry(AbstractOperation* child, AbstractOperation* 
     replacement->addLog(line.toUtf8());
 }
 
-void OperationGroup::retry(AbstractOperation* child)
+void OperationGroup::retry(AbstractOperation* child, RetryCount count)
 {
     AbstractOperation* replacement = child->clone(this);
     if (!replacement)
         return;
     replacement->addLog(child->log());
+    replacement->setErrorCounter(child->errorCounter() + (count == Counted ? 1 : 0));
     scheduleRetry(child, replacement);
     if (!child->error().isNull()) {
         child->removeError();
@@ -249,7 +255,6 @@ void OperationGroup::retry(AbstractOperation* child)
     replacement->setParent(this);
     replacement->setTag(child->tag());
     replacement->setWaitForPrevious(child->waitForPrevious());
-    replacement->setErrorCounter(child->errorCounter() + 1);
     child->setState(PendingState);
     replacePendingOperation(child, replacement);
 }

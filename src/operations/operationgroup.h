@@ -64,7 +64,10 @@ private:
     bool decideWebRetry(AbstractWebServiceOperation* child);
     bool followRedirect(AbstractWebServiceOperation* child);
     bool retryIfAllowed(AbstractOperation* child);
-    void retry(AbstractOperation* child);
+    // A counted retry waits and uses up an attempt; an uncounted one is the
+    // same request signed anew.
+    enum RetryCount { Counted, Uncounted };
+    void retry(AbstractOperation* child, RetryCount count = Counted);
     static void scheduleRetry(AbstractOperation* child, AbstractOperation* replacement);
     void clearChildren(bool shellOperationsToo);
 

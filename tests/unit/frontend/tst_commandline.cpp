@@ -71,8 +71,8 @@ void TestCommandLine::rejectedArguments_data()
     QTest::newRow("key complaint before unknown option") << QStringList{"--symbolic-links", "a", "s3://b/"} << false << int(Err) << QByteArray("\nMissing Access Key !") << false;
     // Two local folders need no keys: the next fault is the one reported.
     QTest::newRow("no keys, local pair, unknown option") << QStringList{"--symbolic-links", "a", "b"} << false << int(Out) << QByteArray("\nInvalid arguments : --symbolic-links") << true;
-    QTest::newRow("no keys, store-like filter value") << QStringList{"--include-cs-filename", "s3://x/", "a", "b"} << false << int(Err) << QByteArray("\n** Error **\nOperation: quorle\nMessage: Folder 'a' not found") << false;
-    QTest::newRow("no keys, local-looking store prefix") << QStringList{"s3:a", "b"} << false << int(Err) << QByteArray("\n** Error **\nOperation: quorle\nMessage: Folder 's3:a' not found") << false;
+    QTest::newRow("no keys, store-like filter value") << QStringList{"--include-cs-filename", "s3://x/", "a", "b"} << false << int(Err) << QByteArray("\n** Error **\nOperation: quorle\nMessage: Folder 'a' not found\nFailed: 1\nquorle: Folder 'a' not found") << false;
+    QTest::newRow("no keys, local-looking store prefix") << QStringList{"s3:a", "b"} << false << int(Err) << QByteArray("\n** Error **\nOperation: quorle\nMessage: Folder 's3:a' not found\nFailed: 1\nquorle: Folder 's3:a' not found") << false;
     // Sync options: the message on standard output, then the help screen.
     QTest::newRow("unknown option") << QStringList{"-x", "a", "b"} << true << int(Out) << QByteArray("\nInvalid arguments : -x") << true;
     QTest::newRow("third path") << QStringList{"a", "b", "c"} << true << int(Out) << QByteArray("\nInvalid arguments : c") << true;
