@@ -114,8 +114,7 @@ e2e_check "$CASE: periodic lines when piped ($lines)" test "$lines" -ge 2 -a "$l
 e2e_check "$CASE: the plan's totals" grep -q '^Progress: [0-9]*/400 files, [0-9.]* [kM]\?B/40.0 kB, ' <<<"$ERR"
 e2e_check "$CASE: the count of files moves" test "$(grep -o '^Progress: [0-9]*' <<<"$ERR" | sort -u | wc -l)" -ge 2
 rm -r "${DST:?}"/*
-script -qec "QUORLE_PROGRESS_INTERVAL=20 QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY \
-  $QUORLE_BINARY --endpoint $S3_DNS_NAME --port $S3_PORT --progress $SRC/ $DST/" "$E2E_WORK/tty.log" >/dev/null
+script -qec "QUORLE_PROGRESS_INTERVAL=20 $QUORLE_BINARY --progress $SRC/ $DST/" "$E2E_WORK/tty.log" >/dev/null
 e2e_check "$CASE: redrawn in place on a terminal" grep -qa $'\rProgress: ' "$E2E_WORK/tty.log"
 e2e_check "$CASE: the line is cleared at the end" grep -qa $'\r\e\[K' "$E2E_WORK/tty.log"
 e2e_expect_eq "$CASE: copied" 400 "$(find "$DST" -type f | wc -l)"
