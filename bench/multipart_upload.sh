@@ -3,20 +3,9 @@
 #   quorle in parts (threshold 8M, -t 8), quorle in one PUT (threshold 5G, -t 8), one curl PUT;
 # with peak memory, and the ratios to curl. Then, for the choice of the default threshold, files of
 # BENCH_SWEEP_MIB sizes sent in parts (threshold 5M) and in one PUT.
-set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-bin=${1:-$root/build/release/quorle}
-[[ -x $bin ]] || { echo "no binary at $bin (run scripts/build.sh release)" >&2; exit 2; }
-command -v /usr/bin/time >/dev/null || { echo "needs /usr/bin/time (Debian package time)" >&2; exit 2; }
-export S3_CLIENT_TIMEOUT=${S3_CLIENT_TIMEOUT:-3600}
-# shellcheck source=../tests/e2e/lib/s3server.sh
-. "$root/tests/e2e/lib/s3server.sh"
-work=$(mktemp -d "${TMPDIR:-/tmp}/quorle-bench.XXXXXX")
-trap 's3_server_stop "$work/server" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
-s3_server_start rgw "$work/server" >/dev/null
-export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
-BUCKET=quorle-bench
-s3_make_bucket "$BUCKET"
+BENCH_SERVER=rgw
+# shellcheck source=lib.sh
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 declare -A times=()
 measure() {  # measure LABEL COMMAND... : prints seconds and peak RSS
