@@ -17,18 +17,6 @@ make_small() {
 }
 make_large() { mkdir -p "$1"; head -c $((1024 * 1024 * 1024)) /dev/urandom >"$1/large.bin"; }
 
-measure() {  # measure LABEL COMMAND... : prints seconds and peak RSS
-  local out="$work/time.out"
-  if ! /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err"; then
-    printf '%-34s   failed: %s\n' "$1" "$(grep -v '^Command exited' "$work/err" | tail -n 1)"
-    return 1
-  fi
-  read -r seconds kib <"$out"
-  printf '%-34s %8.2f s %9d KiB peak RSS\n' "$1" "$seconds" "$kib"
-  times[$1]=$seconds
-}
-declare -A times=()
-
 # /usr/bin/time runs programs, not shell functions: every client is named by its path, with what
 # the harness's s3_s3cmd and s3_aws would add, written out.
 quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")

@@ -16,3 +16,17 @@ s3_server_start "${BENCH_SERVER:-s3rver}" "$work/server" >/dev/null
 export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
 BUCKET=quorle-bench
 s3_make_bucket "$BUCKET"
+
+# measure LABEL COMMAND... : prints seconds and peak RSS, and keeps the seconds in times[LABEL].
+# MEASURE_WIDTH sets the label column.
+declare -A times=()
+measure() {
+  local out="$work/time.out" seconds kib width=${MEASURE_WIDTH:-34}
+  if ! /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err"; then
+    printf '%-*s   failed: %s\n' "$width" "$1" "$(grep -v '^Command exited' "$work/err" | tail -n 1)"
+    return 1
+  fi
+  read -r seconds kib <"$out"
+  printf '%-*s %8.2f s %9d KiB peak RSS\n' "$width" "$1" "$seconds" "$kib"
+  times[$1]=$seconds
+}

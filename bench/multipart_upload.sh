@@ -6,18 +6,7 @@
 BENCH_SERVER=rgw
 # shellcheck source=lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
-
-declare -A times=()
-measure() {  # measure LABEL COMMAND... : prints seconds and peak RSS
-  local out="$work/time.out" seconds kib
-  if ! /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err"; then
-    printf '%-40s   failed: %s\n' "$1" "$(grep -v '^Command exited' "$work/err" | tail -n 1)"
-    return 1
-  fi
-  read -r seconds kib <"$out"
-  printf '%-40s %8.2f s %9d KiB peak RSS\n' "$1" "$seconds" "$kib"
-  times[$1]=$seconds
-}
+MEASURE_WIDTH=40
 
 quorle() { echo "$bin" -t 8 --endpoint "$S3_HOST" --port "$S3_PORT"; }
 run=0
