@@ -46,7 +46,8 @@ transfer() {
   elif [[ $action == revive ]]; then
     s3rver_kill "$S3_DIR"; sleep 2; s3rver_revive "$S3_DIR"
   else
-    e2e_server_stop
+    # killed first: a graceful stop lets the request in flight finish, and the run then rightly succeeds
+    s3rver_kill "$S3_DIR"; e2e_server_stop
   fi
   STATUS=0; wait "$pid" || STATUS=$?
 }
