@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cloud/gsacl.h"
+#include "cloud/niftyacl.h"
 #include "items/abstractaccount.h"
 #include "items/driver.h"
 
@@ -14,6 +16,17 @@ const QByteArray AbstractAcl::_bucketOwnerRead = QByteArrayLiteral("bucket-owner
 const QByteArray AbstractAcl::_bucketOwnerFullControl = QByteArrayLiteral("bucket-owner-full-control");
 
 AbstractAcl::AbstractAcl(const QSharedPointer<AbstractAccount>& account) : m_account(account) {}
+
+QSharedPointer<AbstractAcl> AbstractAcl::create(const QSharedPointer<AbstractAccount>& account)
+{
+    if (!account)
+        return QSharedPointer<AbstractAcl>();
+    if (account->provider() == AbstractAccount::NiftyProvider)
+        return QSharedPointer<NiftyAcl>::create(account);
+    if (account->fileSystemType() == AbstractFS::GSFileSystem)
+        return QSharedPointer<GSAcl>::create(account);
+    return QSharedPointer<S3Acl>::create(account);
+}
 
 // The copy gets a mutex of its own; users and owner are shared handles.
 AbstractAcl::AbstractAcl(const AbstractAcl& other) : AbstractFS(other), m_account(other.m_account)

@@ -30,6 +30,10 @@ public:
     };
     Q_DECLARE_FLAGS(Permissions, Permission)
 
+    // An empty ACL in the account's dialect: Nifty's, Google's, or S3's; null
+    // without an account.
+    static QSharedPointer<AbstractAcl> create(const QSharedPointer<AbstractAccount>& account);
+
     // The well-known lists that travel as one word in a request header.
     enum Canned {
         NotCanned = 0,

@@ -2,6 +2,7 @@
 
 #include <QMessageAuthenticationCode>
 
+#include "cloud/signaturefallback.h"
 #include "cloud/signaturev2.h"
 #include "cloud/wsxmlstreamreader.h"
 #include "items/abstractaccount.h"
@@ -107,6 +108,8 @@ SigningRequest AbstractCloudStorageOperation::signingRequest(const QSharedPointe
 }
 
 QByteArray AbstractCloudStorageOperation::stringToSign() const { return lockedRead(m_signMutex, m_stringToSign); }
+
+bool AbstractCloudStorageOperation::learnFromSignatureRefusal() { return SignatureFallback::learnFromAnswer(this); }
 int AbstractCloudStorageOperation::signedVersion() const { return lockedRead(m_signMutex, m_signedVersion); }
 QByteArray AbstractCloudStorageOperation::signedRegion() const { return lockedRead(m_signMutex, m_signedRegion); }
 

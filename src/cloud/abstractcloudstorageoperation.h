@@ -1,7 +1,7 @@
 #ifndef ABSTRACTCLOUDSTORAGEOPERATION_H
 #define ABSTRACTCLOUDSTORAGEOPERATION_H
 
-#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractwebserviceoperation.h"
 #include "cloud/requestsigner.h"
 
 // A request to an S3-compatible store: signed with the account's keys, and
@@ -20,7 +20,8 @@ public:
     virtual QString bucketName() const { return QString(); }
 
     // What the last prepareRequestHeader signed; null before.
-    QByteArray stringToSign() const;
+    QByteArray stringToSign() const override;
+    bool learnFromSignatureRefusal() override;
     // The version (2 or 4) and region of the last signature.
     int signedVersion() const;
     QByteArray signedRegion() const;

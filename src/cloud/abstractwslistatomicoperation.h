@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "cloud/s3containeroperation.h"
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "util/brindlelib.h"
 
 class AbstractBucket;

@@ -6,7 +6,7 @@
 
 #include "cloud/wsxmlstreamreader.h"
 #include "crypto/storagedirective.h"
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "items/deletemarker.h"
 #include "util/brindlelib.h"
 

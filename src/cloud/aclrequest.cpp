@@ -24,7 +24,7 @@ QSharedPointer<AbstractAcl> AclRequestHelpers::aclFromAnswer(const QSharedPointe
     *isFailure = statusCode != 200 && statusCode != 404;
     if (statusCode != 200)
         return QSharedPointer<AbstractAcl>();
-    QSharedPointer<AbstractAcl> acl = Driver::createAcl(account);
+    QSharedPointer<AbstractAcl> acl = AbstractAcl::create(account);
     if (acl)
         acl->readXml(body);
     return acl;

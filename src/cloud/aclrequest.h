@@ -8,7 +8,7 @@
 #include "cloud/abstractacl.h"
 #include "net/httpheader.h"
 #include "net/metadata.h"
-#include "operations/operror.h"
+#include "util/operror.h"
 
 class AbstractAccount;
 class AbstractUser;

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "cloud/streamdecryptor.h"
+#include "crypto/streamdecryptor.h"
 #include "crypto/zliberrorstring.h"
 #include "items/abstractaccount.h"
 #include "items/abstractcloudfile.h"

@@ -5,7 +5,7 @@
 #include <QSet>
 #include <QSharedPointer>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "operations/operationgroup.h"
 #include "util/brindlelib.h"
 

@@ -10,7 +10,7 @@
 #include <functional>
 
 #include "items/abstractuser.h"
-#include "operations/operror.h"
+#include "util/operror.h"
 
 class AbstractAccount;
 

@@ -5,7 +5,7 @@
 
 #include "crypto/clientsideencryption.h"
 #include "crypto/openssl.h"
-#include "operations/operror.h"
+#include "util/operror.h"
 
 class QIODevice;
 

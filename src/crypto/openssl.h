@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
-#include "cloud/streamdecryptor.h"
+#include "crypto/streamdecryptor.h"
 #include "crypto/clientsideencryption.h"
 #include "crypto/password.h"
 

@@ -1,7 +1,7 @@
 #include "frontend/commandop.h"
 
 #include "cloud/getserviceoperation.h"
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "items/abstractbucket.h"
 #include "items/driver.h"
 #include "items/endpoint.h"

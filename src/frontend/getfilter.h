@@ -4,7 +4,7 @@
 #include <QSharedPointer>
 #include <QString>
 
-#include "frontend/filteritem.h"
+#include "items/filteritem.h"
 
 // The filter item of one option such as "--exclude-ci-wildcard-filename" and
 // its value, or a null pointer when the option is not well formed. The parts

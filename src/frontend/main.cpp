@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "crypto/opensslloader.h"
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "frontend/getfilter.h"
 #include "frontend/quorlecommand.h"
 #include "frontend/syncoptionparser.h"

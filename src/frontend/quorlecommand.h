@@ -2,7 +2,7 @@
 #define QUORLECOMMAND_H
 
 #include "frontend/command.h"
-#include "frontend/syncjob.h"
+#include "sync/syncjob.h"
 
 // The sync command: the only command of this tool.
 class QuorleCommand : public Command

@@ -7,7 +7,7 @@
 #include "crypto/serversideencryption.h"
 #include "crypto/storagedirective.h"
 #include "frontend/commandop.h"
-#include "frontend/syncjob.h"
+#include "sync/syncjob.h"
 
 // The root of a sync run: once the roots are listed it resolves the two
 // paths and appends the sync of the two folders.

@@ -1,6 +1,6 @@
 #include "frontend/syncoptionparser.h"
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "frontend/getfilter.h"
 #include "frontend/quorlecommand.h"
 

@@ -3,7 +3,7 @@
 
 #include <QStringList>
 
-#include "frontend/syncjob.h"
+#include "sync/syncjob.h"
 
 class Filter;
 class QuorleCommand;

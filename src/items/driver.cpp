@@ -4,8 +4,6 @@
 #include <QFileInfo>
 #include <QUrlQuery>
 
-#include "cloud/gsacl.h"
-#include "cloud/niftyacl.h"
 #include "items/amazons3account.h"
 #include "items/cloudianaccount.h"
 #include "items/connectriaaccount.h"
@@ -300,17 +298,6 @@ QSharedPointer<AbstractUser> Driver::createNamedUser(const QSharedPointer<Abstra
     if (user && user->displayName().isEmpty())
         user->setDisplayName(displayName);
     return user;
-}
-
-QSharedPointer<AbstractAcl> Driver::createAcl(const QSharedPointer<AbstractAccount>& account)
-{
-    if (!account)
-        return QSharedPointer<AbstractAcl>();
-    if (account->provider() == AbstractAccount::NiftyProvider)
-        return QSharedPointer<NiftyAcl>::create(account);
-    if (isGoogle(account))
-        return QSharedPointer<GSAcl>::create(account);
-    return QSharedPointer<S3Acl>::create(account);
 }
 
 QSharedPointer<AbstractUser> Driver::user(const UserKey& key)

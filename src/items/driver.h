@@ -16,7 +16,6 @@
 
 #include "crypto/storagedirective.h"
 
-class AbstractAcl;
 class AbstractBucket;
 class AbstractCloudFile;
 class AbstractFile;
@@ -71,8 +70,6 @@ public:
     static QSharedPointer<AbstractUser> allUsersGroupByDomain(const QSharedPointer<AbstractAccount>& account);
     static QSharedPointer<AbstractUser> allAuthenticatedUsersGroupByDomain(
         const QSharedPointer<AbstractAccount>& account);
-    // An empty ACL in the account's dialect: Nifty's, Google's, or S3's.
-    static QSharedPointer<AbstractAcl> createAcl(const QSharedPointer<AbstractAccount>& account);
     // The owner of the account's buckets, as the service list gave it.
     static QSharedPointer<AbstractUser> accountOwner(const QSharedPointer<AbstractAccount>& account);
     // Keeps user as the owner of its own account.

@@ -7,7 +7,7 @@
 #include <QRandomGenerator>
 #include <QUrl>
 
-#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractwebserviceoperation.h"
 #include "operations/abstractshelloperation.h"
 #include "operations/dummyoperation.h"
 #include "operations/retrypolicy.h"

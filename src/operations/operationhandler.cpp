@@ -4,8 +4,7 @@
 #include <QIODevice>
 #include <QTimer>
 
-#include "cloud/abstractcloudstorageoperation.h"
-#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractwebserviceoperation.h"
 #include "items/abstractaccount.h"
 #include "net/httpclient.h"
 #include "operations/abstractlocaloperation.h"
@@ -173,11 +172,10 @@ void OperationHandler::logRequestDescription(AbstractWebServiceOperation* op)
 {
     if (!isLogEnabled() || !op->isStorageOperation())
         return;
-    const auto* storage = dynamic_cast<AbstractCloudStorageOperation*>(op);
-    if (!storage || storage->stringToSign().isNull())
+    QByteArray text = op->stringToSign();
+    if (text.isNull())
         return;
     // Each line end shown as it is signed, then a real one to read it by.
-    QByteArray text = storage->stringToSign();
     text.replace("\n", "\\n\n");
     op->addLog("\nRequest description\n===================\n");
     op->addLog(text + "\n\n");

@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QString>
 
-#include "operations/operror.h"
+#include "util/operror.h"
 #include "util/fastmutex.h"
 
 class AbstractLocalOperation;

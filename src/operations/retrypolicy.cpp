@@ -4,7 +4,7 @@
 
 #include <QDateTime>
 
-#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractwebserviceoperation.h"
 #include "net/httpheader.h"
 #include "net/timeoffset.h"
 

@@ -1,7 +1,6 @@
 #include "operations/webretrypolicy.h"
 
-#include "cloud/abstractwebserviceoperation.h"
-#include "cloud/signaturefallback.h"
+#include "operations/abstractwebserviceoperation.h"
 #include "net/httpheader.h"
 #include "net/timeoffset.h"
 #include "util/brindlelib.h"
@@ -51,7 +50,7 @@ Decision decide(AbstractWebServiceOperation* op)
         return isFinalClientError(error) ? NoRetry : Retry;
     if (!op->isStorageOperation())
         return NoRetry;
-    if (SignatureFallback::learnFromAnswer(op))
+    if (op->learnFromSignatureRefusal())
         return Resend;
     const HttpResponseHeader header = op->httpResponseHeader();
     // No answer and no network error: it failed before anything went out, on

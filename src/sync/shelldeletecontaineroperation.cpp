@@ -2,7 +2,7 @@
 
 #include <QStringView>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "sync/listordering.h"
 #include "sync/shelldeletefileoperation.h"
 #include "sync/shelldeletevirtualfolderoperation.h"

@@ -4,7 +4,7 @@
 #include <QList>
 #include <QSharedPointer>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"

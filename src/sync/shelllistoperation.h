@@ -3,7 +3,7 @@
 
 #include <QSharedPointer>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "items/abstractcontainer.h"
 #include "operations/abstractshelloperation.h"
 #include "util/brindlelib.h"

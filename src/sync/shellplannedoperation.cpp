@@ -1,6 +1,6 @@
 #include "sync/shellplannedoperation.h"
 
-#include "operations/operror.h"
+#include "util/operror.h"
 
 ShellPlannedOperation::ShellPlannedOperation(const QString& name, const QString& source, const QString& destination,
                                              const QString& reason)

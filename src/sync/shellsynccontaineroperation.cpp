@@ -1,6 +1,6 @@
 #include "sync/shellsynccontaineroperation.h"
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "cloud/gets3containeracloperation.h"
 #include "items/driver.h"
 #include "items/abstractcloudfile.h"

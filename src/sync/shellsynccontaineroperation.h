@@ -10,7 +10,7 @@
 #include "crypto/password.h"
 #include "crypto/serversideencryption.h"
 #include "crypto/storagedirective.h"
-#include "frontend/syncjob.h"
+#include "sync/syncjob.h"
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"

@@ -6,7 +6,7 @@
 #include <QString>
 #include <QVector>
 
-#include "frontend/syncjob.h"
+#include "sync/syncjob.h"
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
 

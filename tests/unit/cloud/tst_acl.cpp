@@ -78,7 +78,7 @@ QStringList scopeTypes(const QByteArray& xml)
 
 QSharedPointer<AbstractAcl> reread(const QSharedPointer<AbstractAcl>& acl)
 {
-    const QSharedPointer<AbstractAcl> copy = Driver::createAcl(acl->account());
+    const QSharedPointer<AbstractAcl> copy = AbstractAcl::create(acl->account());
     copy->readXml(acl->toXml());
     return copy;
 }
@@ -122,7 +122,7 @@ void TestAcl::s3Grants()
         const auto grantee = id.isEmpty() ? everybody(store, userType) : user(store, userType, id);
         const auto owner = user(store, AbstractUser::UserById, "0wner");
         owner->setDisplayName(QStringLiteral("Robin"));
-        auto acl = Driver::createAcl(store);
+        auto acl = AbstractAcl::create(store);
         acl->setOwner(owner);
         acl->set(grantee, Permissions(flags));
 
@@ -180,7 +180,7 @@ void TestAcl::googleEntries()
 
     const auto store = account(AbstractAccount::GoogleStorageProvider);
     const auto grantee = id.isEmpty() ? everybody(store, userType) : user(store, userType, id);
-    auto acl = Driver::createAcl(store);
+    auto acl = AbstractAcl::create(store);
     acl->setOwner(user(store, AbstractUser::GroupById, "project-owners"));
     acl->set(grantee, Permissions(flags));
 
@@ -234,7 +234,7 @@ void TestAcl::canned()
     const bool google = provider == AbstractAccount::GoogleStorageProvider;
     const auto owner = user(store, google ? AbstractUser::GroupById : AbstractUser::UserById,
                             QByteArray("owner-") + QTest::currentDataTag());
-    auto acl = Driver::createAcl(store);
+    auto acl = AbstractAcl::create(store);
     acl->setOwner(owner);
     acl->set(owner, Permissions(ownerFlags));
     if (groupType > 0)
@@ -304,7 +304,7 @@ void TestAcl::putRequest()
     const auto file = Driver::createFile(QStringLiteral("a b.jpg"), 1, QDateTime(), QByteArray(), bucket,
                                          version.isEmpty(), version, itemOwner, StorageDirective::StandardStorage);
     const auto reader = user(store, AbstractUser::UserById, "reader");
-    auto acl = Driver::createAcl(store);
+    auto acl = AbstractAcl::create(store);
     acl->setOwner(user(store, AbstractUser::UserById, "former-owner"));
     acl->set(itemOwner, AbstractAcl::FullControlPermission);
     if (custom)
@@ -324,7 +324,7 @@ void TestAcl::putRequest()
         return;
     }
     QVERIFY(!fields.contains(header));
-    const auto sent = Driver::createAcl(store);
+    const auto sent = AbstractAcl::create(store);
     sent->readXml(put.requestData());
     QCOMPARE(sent->owner(), itemOwner);
     // A Google object can't be written to by anyone but its owner.

@@ -4,7 +4,7 @@
 
 #include "cloud/wsliststreamreader.h"
 #include "cloud/wslistversionsstreamreader.h"
-#include "frontend/filteritem.h"
+#include "items/filteritem.h"
 #include "items/abstractbucket.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstractwsfolder.h"

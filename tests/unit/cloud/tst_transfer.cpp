@@ -5,7 +5,7 @@
 #include <QtTest>
 
 #include "fakestore.h"
-#include "cloud/streamdecryptor.h"
+#include "crypto/streamdecryptor.h"
 #include "items/abstractbucket.h"
 #include "items/abstractcloudfile.h"
 #include "items/driver.h"

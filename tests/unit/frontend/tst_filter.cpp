@@ -1,7 +1,7 @@
 #include <QtConcurrent>
 #include <QtTest>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "frontend/getfilter.h"
 #include "items/drive.h"
 #include "items/localfile.h"

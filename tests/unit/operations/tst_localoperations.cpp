@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 #include "items/drive.h"
 #include "items/localfile.h"
 #include "items/localfolder.h"

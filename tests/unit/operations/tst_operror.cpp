@@ -1,6 +1,6 @@
 #include <QtTest>
 
-#include "operations/operror.h"
+#include "util/operror.h"
 
 class TestOpError : public QObject
 {

@@ -6,7 +6,7 @@
 #include <QSet>
 #include <QThread>
 
-#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractwebserviceoperation.h"
 #include "operations/abstractlocaloperation.h"
 #include "operations/abstractshelloperation.h"
 

@@ -1,4 +1,4 @@
-#include "frontend/filteritem.h"
+#include "items/filteritem.h"
 
 #include "items/abstractfile.h"
 

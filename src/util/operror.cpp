@@ -1,4 +1,4 @@
-#include "operations/operror.h"
+#include "util/operror.h"
 
 #include <QAtomicInt>
 

@@ -1,4 +1,4 @@
-#include "frontend/filter.h"
+#include "items/filter.h"
 
 #include "items/abstractfile.h"
 #include "util/lockeddata.h"

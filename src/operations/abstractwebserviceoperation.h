@@ -57,6 +57,11 @@ public:
     // The address whose encoded path and query are signed.
     virtual QUrl canonicalizedResource() const = 0;
     virtual QSharedPointer<AbstractAccount> account() const = 0;
+    // What the last request head signed, for the log; null when unsigned.
+    virtual QByteArray stringToSign() const { return QByteArray(); }
+    // True when the store refused the request for how it was signed and the
+    // account now signs it otherwise: it is to go again, and that is no retry.
+    virtual bool learnFromSignatureRefusal() { return false; }
 
     // Builds the request head through prepareRequestHeader.
     void makeRequestHeader();

@@ -5,7 +5,7 @@
 #include <QSharedDataPointer>
 #include <QString>
 
-#include "frontend/filter.h"
+#include "items/filter.h"
 
 // What a sync run is to do: its option flags and its filter.
 class SyncJob

@@ -5,7 +5,7 @@
 #include <QSharedDataPointer>
 #include <QSharedPointer>
 
-#include "frontend/filteritem.h"
+#include "items/filteritem.h"
 
 class AbstractFile;
 

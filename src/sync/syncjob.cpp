@@ -1,4 +1,4 @@
-#include "frontend/syncjob.h"
+#include "sync/syncjob.h"
 
 #include <QUuid>
 

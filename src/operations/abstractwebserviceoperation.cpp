@@ -1,4 +1,4 @@
-#include "cloud/abstractwebserviceoperation.h"
+#include "operations/abstractwebserviceoperation.h"
 
 bool AbstractWebServiceOperation::initializeResponseDataDevice()
 {

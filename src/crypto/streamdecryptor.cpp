@@ -1,4 +1,4 @@
-#include "cloud/streamdecryptor.h"
+#include "crypto/streamdecryptor.h"
 
 #include <QMutex>
 
