@@ -6,6 +6,7 @@
 
 #include "items/amazons3account.h"
 #include "items/cloudianaccount.h"
+#include "items/cloudpath.h"
 #include "items/connectriaaccount.h"
 #include "items/constantaccount.h"
 #include "items/googlestorageaccount.h"
@@ -38,67 +39,6 @@ bool startsWithAny(const QString& text, std::initializer_list<const char*> prefi
             return true;
     }
     return false;
-}
-
-// An "s3://" or "gs://" path cut into its parts.
-struct CloudPath
-{
-    bool valid = false;
-    bool google = false;
-    QString bucket;
-    int port = 0;      // 0 when the path names none
-    QString rest;      // what follows the "/" behind the bucket
-    bool hasSlash = false;
-};
-
-CloudPath splitCloudPath(const QString& path)
-{
-    CloudPath parts;
-    parts.google = path.startsWith(QLatin1String("gs://"), Qt::CaseInsensitive);
-    parts.valid = parts.google || path.startsWith(QLatin1String("s3://"), Qt::CaseInsensitive);
-    if (!parts.valid)
-        return parts;
-    const qsizetype start = 5;
-    const qsizetype slash = path.indexOf(QLatin1Char('/'), start);
-    parts.hasSlash = slash >= 0;
-    parts.bucket = path.mid(start, parts.hasSlash ? slash - start : -1);
-    if (parts.hasSlash)
-        parts.rest = path.mid(slash + 1);
-    const qsizetype colon = parts.bucket.indexOf(QLatin1Char(':'));
-    if (colon >= 0) {
-        parts.port = parts.bucket.mid(colon + 1).toInt();
-        parts.bucket.truncate(colon);
-    }
-    return parts;
-}
-
-// The bucket and key that an http(s) URL names, and the endpoint it is on.
-struct WSLocation
-{
-    QString bucket;
-    QString key;
-    QSharedPointer<Endpoint> endpoint;
-};
-
-WSLocation locate(const QString& host, const QString& path,
-                  const QList<QSharedPointer<Endpoint>>& endpoints)
-{
-    const QString relative = path.startsWith(QLatin1Char('/')) ? path.mid(1) : path;
-    for (const QSharedPointer<Endpoint>& endpoint : endpoints) {
-        const QString hostName = endpoint->hostName();
-        if (host == hostName) {
-            const qsizetype slash = relative.indexOf(QLatin1Char('/'));
-            if (slash < 0)
-                return {relative, QString(), endpoint};
-            return {relative.left(slash), relative.mid(slash + 1), endpoint};
-        }
-        if (host.endsWith(QLatin1Char('.') + hostName))
-            return {host.left(host.size() - hostName.size() - 1), relative, endpoint};
-    }
-    // A host of no known endpoint: its first label is the bucket.
-    const qsizetype dot = host.indexOf(QLatin1Char('.'));
-    const QString rest = dot < 0 ? QString() : host.mid(dot + 1);
-    return {host.left(dot), relative, QSharedPointer<S3Endpoint>::create(rest)};
 }
 
 // A URL reduced to what tells a bucket apart: scheme, host and port.
@@ -480,7 +420,7 @@ QUrl Driver::urlFromDisplayPath(const QString& path, const QString& endpoint, in
     const QString p = path.trimmed();
     if (p.isEmpty())
         return QUrl();
-    const CloudPath parts = splitCloudPath(p);
+    const CloudPath parts = CloudPath::parse(p);
     if (!parts.valid) {
         if (startsWithAny(p, {"http://", "https://"}))
             return QUrl(p);
@@ -514,7 +454,7 @@ bool Driver::isLocalDisplayPath(const QString& path)
 
 int Driver::portFromDisplayPath(const QString& path)
 {
-    return splitCloudPath(path.trimmed()).port;
+    return CloudPath::parse(path.trimmed()).port;
 }
 
 int Driver::explicitPort(int optionPort, const QStringList& displayPaths)
@@ -602,7 +542,7 @@ QSharedPointer<AbstractItem> Driver::itemFromWSUrl(
     // percent-encoded in its key.
     const QString path = url.path(QUrl::FullyEncoded);
     const bool isFolder = path.endsWith(QLatin1Char('/'));
-    const WSLocation location = locate(url.host(), path, endpoints);
+    const WSLocation location = WSLocation::locate(url.host(), path, endpoints);
 
     const BrindleLib::Protocol protocol = url.scheme() == QLatin1String("https")
                                               ? BrindleLib::ProtocolHttps

@@ -355,3 +355,17 @@ QHash<QByteArray, QByteArray> Authenticator::parseDigestAuthenticationChallenge(
     }
     return options;
 }
+
+bool Authenticator::authorizeProxyRequest(HttpRequestHeader& header)
+{
+    header.setCachingProxyInUse(true);
+    header.remove("Proxy-Authorization");  // the answer to an earlier challenge
+    const bool withoutBody = method() == Ntlm && phase() == Start;
+    if (method() != None) {
+        const QByteArray credentials =
+            calculateResponse(HttpRequestHeader::methodString(header.method()), header.path());
+        if (!credentials.isEmpty())
+            header.addField(HttpField("Proxy-Authorization", credentials));
+    }
+    return withoutBody;
+}

@@ -8,6 +8,7 @@
 #include <QVariant>
 
 class AuthenticatorPrivate;
+class HttpRequestHeader;
 class HttpResponseHeader;
 
 // Credentials and scheme state for a proxy's demand of authentication: Basic,
@@ -51,6 +52,10 @@ public:
     void parseHttpResponse(const QList<QPair<QByteArray, QByteArray>>& fields, bool isProxy);
     // The value of the authorization field for a request.
     QByteArray calculateResponse(const QByteArray& requestMethod, const QByteArray& path);
+    // Readies a request sent to a proxy in the clear: proxy form, and the answer
+    // to the proxy's challenge. True when it is to go without its body (NTLM's
+    // first message authenticates nothing; the next request carries the body).
+    bool authorizeProxyRequest(HttpRequestHeader& header);
 
     // The name and value pairs of a Basic or Digest challenge.
     static QHash<QByteArray, QByteArray> parseDigestAuthenticationChallenge(

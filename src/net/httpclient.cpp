@@ -1,7 +1,6 @@
 #include "net/httpclient.h"
 
 #include <QSslSocket>
-#include <QTimer>
 
 #include "net/privatehttprequest.h"
 #include "net/proxyenvironment.h"
@@ -9,18 +8,14 @@
 #include "net/tlssettings.h"
 
 namespace {
-const int global_continueTimeout = 30000;
 // Each piece waits for the last to leave: small pieces made an upload cost
 // one pass of the event loop per 2 KiB, a quarter of what the link carries.
 const qint64 global_postPieceSize = 65536;
 } // namespace
 
-HttpClient::HttpClient(QObject* parent) : QObject(parent), m_continueTimer(new QTimer(this))
-{
-    // Started and stopped around a held-back body; only the socket's inactivity
-    // watch actually ends a request that gets no answer.
-    m_continueTimer->setSingleShot(true);
-}
+// Only the socket's inactivity watch ends a request that gets no answer, a
+// held-back body included.
+HttpClient::HttpClient(QObject* parent) : QObject(parent) {}
 
 HttpClient::~HttpClient()
 {
@@ -29,7 +24,6 @@ HttpClient::~HttpClient()
         if (m_ownsSocket)
             delete m_socket;
     }
-    qDeleteAll(m_pending);
 }
 
 void HttpClient::queue(void (HttpClient::*slot)())
@@ -59,33 +53,11 @@ int HttpClient::close()
     return addRequest(new JHttpCloseRequest);
 }
 
-int HttpClient::closeConnection()
-{
-    return close();
-}
-
 int HttpClient::addRequest(PrivateHttpRequest* request)
 {
-    m_pending.append(request);
-    if (m_pending.count() == 1)
+    if (m_pending.append(request))
         queue(&HttpClient::startNextRequest);
     return request->id;
-}
-
-int HttpClient::currentId() const
-{
-    return m_pending.isEmpty() ? 0 : m_pending.first()->id;
-}
-
-HttpRequestHeader HttpClient::currentRequest() const
-{
-    return m_pending.isEmpty() ? HttpRequestHeader() : m_pending.first()->requestHeader();
-}
-
-void HttpClient::clearPendingRequests()
-{
-    while (m_pending.count() > 1)
-        delete m_pending.takeLast();
 }
 
 void HttpClient::setSock(QTcpSocket* socket)
@@ -98,11 +70,7 @@ void HttpClient::setSock(QTcpSocket* socket)
     m_ownsSocket = false;
     if (!socket) {
         m_ownsSocket = true;
-        if (QSslSocket::supportsSsl()) {
-            socket = new SslSocket(this);
-        } else {
-            socket = new TcpSocket(this);
-        }
+        socket = QSslSocket::supportsSsl() ? static_cast<QTcpSocket*>(new SslSocket(this)) : new TcpSocket(this);
     }
     m_socket = socket;
 
@@ -117,8 +85,7 @@ void HttpClient::setSock(QTcpSocket* socket)
         connect(ssl, &SslSocket::timeout, this, &HttpClient::timeout);
     if (auto* ssl = qobject_cast<QSslSocket*>(socket)) {
         connect(ssl, &QSslSocket::sslErrors, this, &HttpClient::slotSslErrors);
-        connect(ssl, &QSslSocket::encryptedBytesWritten, this,
-                &HttpClient::slotEncryptedBytesWritten);
+        connect(ssl, &QSslSocket::encryptedBytesWritten, this, [this] { postMoreData(); });
     }
 }
 
@@ -162,17 +129,17 @@ qint64 HttpClient::bytesAvailable() const
 
 void HttpClient::startNextRequest()
 {
-    if (m_pending.isEmpty())
+    PrivateHttpRequest* request = m_pending.current();
+    if (!request)
         return;
     m_error = NoError;
     m_errorString = QStringLiteral("Unknown error");
     m_responseBuffer.clear();
 
-    PrivateHttpRequest* request = m_pending.first();
     const int id = request->id;
     emit requestStarted(id, request->toByteArray());
     // The owner may have aborted from the signal.
-    if (m_pending.isEmpty() || m_pending.first()->id != id)
+    if (m_pending.currentId() != id)
         return;
     request->start(this);
 }
@@ -189,39 +156,16 @@ void HttpClient::slotSendRequest()
     auto* ssl = qobject_cast<QSslSocket*>(m_socket);
     const bool encrypted = m_mode == ConnectionModeHttps || (ssl && ssl->isEncrypted());
 
-    QNetworkProxy proxy = ProxyEnvironment::current(m_hostName, encrypted);
+    bool inTheClearViaProxy = false;
+    const QNetworkProxy proxy = ProxyEnvironment::route(m_hostName, encrypted, &inTheClearViaProxy);
     if (!proxy.password().isEmpty())
         m_proxyAuthenticator.setCredentials(proxy.user(), proxy.password());
 
-    bool inTheClearViaProxy = false;
-    if (proxy.type() == QNetworkProxy::HttpCachingProxy
-        || proxy.type() == QNetworkProxy::HttpProxy) {
-        if (proxy.hostName().isEmpty()) {
-            proxy.setType(QNetworkProxy::NoProxy);
-        } else if (proxy.type() == QNetworkProxy::HttpCachingProxy || !encrypted) {
-            // An encrypted request tunnels through the proxy instead.
-            proxy.setType(QNetworkProxy::HttpCachingProxy);
-            inTheClearViaProxy = true;
-        }
-    }
-
     m_withoutBody = false;
     if (inTheClearViaProxy) {
-        m_header.setCachingProxyInUse(true);
-        m_header.remove("Proxy-Authorization");  // the answer to an earlier challenge
-        // NTLM's first message authenticates nothing: its request goes without the body,
-        // which the next one carries over the same connection.
-        m_withoutBody = m_proxyAuthenticator.method() == Authenticator::Ntlm
-            && m_proxyAuthenticator.phase() == Authenticator::Start;
+        m_withoutBody = m_proxyAuthenticator.authorizeProxyRequest(m_header);
         if (m_withoutBody)
             m_postDevice = nullptr;
-        if (m_proxyAuthenticator.method() != Authenticator::None) {
-            const QByteArray method = HttpRequestHeader::methodString(m_header.method());
-            const QByteArray credentials =
-                m_proxyAuthenticator.calculateResponse(method, m_header.path());
-            if (!credentials.isEmpty())
-                m_header.addField(HttpField("Proxy-Authorization", credentials));
-        }
         targetHost = proxy.hostName();
         targetPort = proxy.port();
     }
@@ -274,10 +218,8 @@ void HttpClient::slotConnected()
         m_postDevice->seek(0);
         m_bytesTotal += m_postDevice->size();
         // The body waits for a 100; the bytesWritten of the head starts it otherwise.
-        if (m_header.field("expect").value().toLower().contains("100-continue")) {
+        if (m_header.field("expect").value().toLower().contains("100-continue"))
             m_pendingPost = true;
-            m_continueTimer->start(global_continueTimeout);
-        }
     } else {
         m_bytesTotal += m_buffer.size();
         m_socket->write(m_buffer);
@@ -288,11 +230,6 @@ void HttpClient::slotBytesWritten(qint64 bytes)
 {
     m_bytesDone += bytes;
     emit dataSendProgress(m_bytesDone, m_bytesTotal);
-    postMoreData();
-}
-
-void HttpClient::slotEncryptedBytesWritten(qint64)
-{
     postMoreData();
 }
 
@@ -313,8 +250,7 @@ void HttpClient::postMoreData()
     if (bytesToWrite() != 0)
         return;
 
-    const qint64 wanted =
-        qBound<qint64>(0, m_postDevice->size() - m_postDevice->pos(), global_postPieceSize);
+    const qint64 wanted = qBound<qint64>(0, m_postDevice->size() - m_postDevice->pos(), global_postPieceSize);
     QByteArray piece(wanted, Qt::Uninitialized);
     const qint64 n = m_postDevice->read(piece.data(), wanted);
     if (n < 0) {
@@ -353,9 +289,8 @@ void HttpClient::slotReadyRead()
         m_stateBeforeReading = m_state;
         setState(Reading);
         m_readHeader = true;
-        m_headerStr.clear();
+        m_reader.reset();
         m_bytesDone = 0;
-        m_chunkedSize = -1;
         m_repost = false;
     }
 
@@ -390,20 +325,12 @@ void HttpClient::slotReadyRead()
 bool HttpClient::readResponseHead()
 {
     while (m_readHeader) {
-        bool end = false;
-        while (!end && m_socket->canReadLine()) {
-            const QByteArray line = m_socket->readLine();
-            m_headerStr += line;
-            end = line == "\r\n" || line == "\n" || line.isEmpty();
-        }
-        if (!end)
+        if (!m_reader.readHead(m_socket))
             return false;
 
-        m_response = HttpResponseHeader(m_headerStr);
-        m_headerStr.clear();
+        m_response = HttpResponseHeader(m_reader.takeHead());
         if (!m_response.isValid()) {
-            finishedWithError(QStringLiteral("Invalid HTTP response header"),
-                              InvalidResponseHeader);
+            finishedWithError(QStringLiteral("Invalid HTTP response header"), InvalidResponseHeader);
             closeConn();
             return false;
         }
@@ -417,7 +344,6 @@ bool HttpClient::readResponseHead()
         }
 
         if (status == 100 && m_pendingPost) {
-            m_continueTimer->stop();
             emit responseHeaderReceived(m_response);
             queue(&HttpClient::continuePost);
             return false;
@@ -429,11 +355,9 @@ bool HttpClient::readResponseHead()
         }
 
         // A final answer while the body is held back cancels the body.
-        m_continueTimer->stop();
         m_pendingPost = false;
         m_readHeader = false;
-        if (m_response.field("transfer-encoding").value().toLower().contains("chunked"))
-            m_chunkedSize = 0;
+        m_reader.beginBody(m_response);
         if (!m_repost) {
             emit responseHeaderReceived(m_response);
             if (m_state == Unconnected || m_state == Closing)
@@ -446,83 +370,14 @@ bool HttpClient::readResponseHead()
 // False: stop this pass without delivering.
 bool HttpClient::readBody(QByteArray& data, bool& complete)
 {
-    qint64 n = m_socket->bytesAvailable();
-    if (m_chunkedSize != -1)
-        return readChunkedBody(data, complete);
-
-    if (m_response.containsContentLength()) {
-        const qint64 length = m_response.contentLength();
-        // A response that is only drained before a resend is taken whole.
-        if (m_repost && length > n)
-            return false;
-        n = qMin(n, length - m_bytesDone);
-        if (n > 0)
-            data = m_socket->read(n);
-        complete = m_bytesDone + bytesAvailable() + data.size() == length;
-        return true;
-    }
-
-    // No length: only the closing of the connection ends this body.
-    if (n == 0)
-        return false;
-    data = m_socket->readAll();
-    return true;
-}
-
-bool HttpClient::readChunkedBody(QByteArray& data, bool& complete)
-{
-    const auto fail = [this, &data] {
+    const HttpResponseReader::BodyResult result =
+        m_reader.readBody(m_socket, m_response, m_bytesDone, bytesAvailable(), m_repost, data, complete);
+    if (result == HttpResponseReader::BodyInvalid) {
         data.clear();
         finishedWithError(QStringLiteral("Invalid HTTP chunked body"), WrongContentLength);
         closeConn();
-        return false;
-    };
-
-    for (;;) {
-        if (m_chunkedSize == 0) {
-            if (!m_socket->canReadLine())
-                break;
-            QByteArray sizeLine = m_socket->readLine();
-            const int semicolon = int(sizeLine.indexOf(';'));
-            if (semicolon >= 0)
-                sizeLine.truncate(semicolon);
-            bool ok = false;
-            const qint64 size = sizeLine.trimmed().toLongLong(&ok, 16);
-            if (!ok || size < 0)
-                return fail();
-            m_chunkedSize = size == 0 ? -2 : size;
-        }
-        while (m_chunkedSize == -2 && m_socket->canReadLine()) {
-            const QByteArray line = m_socket->readLine();
-            if (line == "\r\n" || line == "\n")
-                m_chunkedSize = -1;
-        }
-        if (m_chunkedSize == -1) {
-            complete = true;
-            break;
-        }
-        if (m_chunkedSize == -2)
-            break;  // the rest of the trailer is still on its way
-
-        qint64 n = m_socket->bytesAvailable();
-        if (n == 0)
-            break;
-        if (n == m_chunkedSize || n == m_chunkedSize + 1) {
-            // The closing CR LF is not in yet: keep one byte back until it is.
-            n = m_chunkedSize - 1;
-            if (n == 0)
-                break;
-        }
-        const QByteArray piece = m_socket->read(qMin(n, m_chunkedSize));
-        data += piece;
-        m_chunkedSize -= piece.size();
-        if (m_chunkedSize == 0 && n - piece.size() >= 2) {
-            char crlf[2];
-            if (m_socket->read(crlf, 2) != 2 || crlf[0] != '\r' || crlf[1] != '\n')
-                return fail();
-        }
     }
-    return true;
+    return result == HttpResponseReader::BodyRead;
 }
 
 void HttpClient::deliver(const QByteArray& data)
@@ -552,19 +407,16 @@ bool HttpClient::handleProxyAuthentication()
     if (m_proxyAuthenticator.phase() == Authenticator::Done) {
         // Nothing more to offer: the owner may supply new credentials.
         m_socket->blockSignals(true);
-        emit proxyAuthenticationRequired(QNetworkProxy::applicationProxy(),
-                                         &m_proxyAuthenticator);
+        emit proxyAuthenticationRequired(QNetworkProxy::applicationProxy(), &m_proxyAuthenticator);
         m_socket->blockSignals(false);
         if (m_proxyAuthenticator.phase() == Authenticator::Done) {
-            finishedWithError(QStringLiteral("Proxy authentication required"),
-                              ProxyAuthenticationRequiredError);
+            finishedWithError(QStringLiteral("Proxy authentication required"), ProxyAuthenticationRequiredError);
             closeConn();
             return false;
         }
     }
     if (m_proxyAuthenticator.phase() == Authenticator::Invalid) {
-        finishedWithError(QStringLiteral("Unknown authentication method"),
-                          AuthenticationRequiredError);
+        finishedWithError(QStringLiteral("Unknown authentication method"), AuthenticationRequiredError);
         closeConn();
         return false;
     }
@@ -577,7 +429,6 @@ bool HttpClient::handleProxyAuthentication()
     const bool bodyOwed = m_pendingPost || m_postDevice;
     if (bodyOwed || closing("proxy-connection") || closing("connection")) {
         m_pendingPost = false;
-        m_continueTimer->stop();
         setState(Closing);
         m_socket->readAll();
         m_socket->blockSignals(true);
@@ -593,7 +444,7 @@ bool HttpClient::handleProxyAuthentication()
 // After a proxy's challenge or a broken send: the whole body goes again, from its start.
 void HttpClient::resendWithBody()
 {
-    QIODevice* source = m_pending.isEmpty() ? nullptr : m_pending.first()->sourceDevice();
+    QIODevice* source = m_pending.current() ? m_pending.current()->sourceDevice() : nullptr;
     m_postDevice = source && source->isOpen() ? source : nullptr;
     slotSendRequest();
 }
@@ -605,8 +456,7 @@ void HttpClient::slotClosed()
             && m_bytesDone + bytesAvailable() != m_response.contentLength())
             finishedWithError(QStringLiteral("Wrong content length"), WrongContentLength);
     } else if (m_state == Connecting || m_state == Sending) {
-        finishedWithError(QStringLiteral("Server closed connection unexpectedly"),
-                          UnexpectedClose);
+        finishedWithError(QStringLiteral("Server closed connection unexpectedly"), UnexpectedClose);
     }
     m_postDevice = nullptr;
     setState(Closing);
@@ -626,8 +476,7 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
         finishedWithError(QStringLiteral("Connection refused (or timed out)"), ConnectionRefused);
         break;
     case QAbstractSocket::HostNotFoundError:
-        finishedWithError(QStringLiteral("Host %1 not found").arg(m_socket->peerName()),
-                          HostNotFound);
+        finishedWithError(QStringLiteral("Host %1 not found").arg(m_socket->peerName()), HostNotFound);
         break;
     case QAbstractSocket::ProxyAuthenticationRequiredError:
         finishedWithError(m_socket->errorString(), ProxyAuthenticationRequiredError);
@@ -659,11 +508,9 @@ void HttpClient::slotError(QAbstractSocket::SocketError error)
         // While reading this is no error: the owner checks what arrived. A request
         // that never got out whole, though, can't have succeeded.
         if (m_state == Sending)
-            finishedWithError(QStringLiteral("Server closed connection unexpectedly"),
-                              UnexpectedClose);
+            finishedWithError(QStringLiteral("Server closed connection unexpectedly"), UnexpectedClose);
         break;
-    default:
-        finishedWithError(QStringLiteral("HTTP request failed"), UnknownError);
+    default: finishedWithError(QStringLiteral("HTTP request failed"), UnknownError);
         break;
     }
     closeConn();
@@ -680,9 +527,9 @@ void HttpClient::slotDoFinished()
 
 void HttpClient::finishedWithSuccess()
 {
-    if (m_pending.isEmpty() || m_pending.first()->finished)
+    PrivateHttpRequest* request = m_pending.current();
+    if (!request || request->finished)
         return;
-    PrivateHttpRequest* request = m_pending.first();
     request->finished = true;
     m_hasFinishedWithError = false;
     // The body's owner may free it as soon as it hears of the end.
@@ -691,29 +538,26 @@ void HttpClient::finishedWithSuccess()
     // An abort from the signal has emptied the queue already.
     if (m_hasFinishedWithError)
         return;
-    m_pending.removeOne(request);
-    delete request;
+    m_pending.remove(request);
     if (!m_pending.isEmpty())
         startNextRequest();
 }
 
 void HttpClient::finishedWithError(const QString& text, Error code)
 {
-    if (m_pending.isEmpty())
+    PrivateHttpRequest* request = m_pending.current();
+    if (!request)
         return;
     m_hasFinishedWithError = true;
     m_error = code;
     m_errorString = text;
     m_postDevice = nullptr;
-    PrivateHttpRequest* request = m_pending.first();
     if (!request->finished) {
         request->finished = true;
         emit requestFinished(request->id, true);
     }
     // Whatever waited behind the failed request goes with it.
-    const QList<PrivateHttpRequest*> doomed = m_pending;
     m_pending.clear();
-    qDeleteAll(doomed);
 }
 
 void HttpClient::closeConn()

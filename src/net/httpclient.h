@@ -9,11 +9,12 @@
 
 #include "net/authenticator.h"
 #include "net/httpheader.h"
+#include "net/httprequestqueue.h"
 #include "net/httpresponsebuffer.h"
+#include "net/httpresponsereader.h"
 
 class QIODevice;
 class QTcpSocket;
-class QTimer;
 class PrivateHttpRequest;
 
 // An asynchronous HTTP/1.1 client driven by the signals of one socket. Requests are
@@ -58,7 +59,7 @@ public:
                 QIODevice* to = nullptr);
     int request(const HttpRequestHeader& header, const QByteArray& data, QIODevice* to = nullptr);
     int close();
-    int closeConnection();
+    int closeConnection() { return close(); }
 
     void abort();
     // Caps the resends after a connection broken while sending (2 by default)
@@ -76,11 +77,11 @@ public:
     State state() const { return m_state; }
     Error error() const { return m_error; }
     QString errorString() const { return m_errorString; }
-    int currentId() const;
-    HttpRequestHeader currentRequest() const;
+    int currentId() const { return m_pending.currentId(); }
+    HttpRequestHeader currentRequest() const { return m_pending.currentRequest(); }
     HttpResponseHeader lastResponse() const { return m_response; }
-    bool hasPendingRequests() const { return m_pending.count() > 1; }
-    void clearPendingRequests();
+    bool hasPendingRequests() const { return m_pending.hasWaiting(); }
+    void clearPendingRequests() { m_pending.dropWaiting(); }
 
 Q_SIGNALS:
     void stateChanged(int state);
@@ -107,7 +108,6 @@ private Q_SLOTS:
     void slotReadyRead();
     void slotError(QAbstractSocket::SocketError error);
     void slotBytesWritten(qint64 bytes);
-    void slotEncryptedBytesWritten(qint64 bytes);
     void slotSslErrors(const QList<QSslError>& errors);
     void slotDoFinished();
     void continuePost();
@@ -129,7 +129,6 @@ private:
     bool readResponseHead();
     bool handleProxyAuthentication();
     void resendWithBody();
-    bool readChunkedBody(QByteArray& data, bool& complete);
     bool readBody(QByteArray& data, bool& complete);
     void deliver(const QByteArray& data);
     bool hasBody() const;
@@ -139,7 +138,7 @@ private:
     bool m_ownsSocket = false;
     int m_reconnectAttempts = 2;
     int m_resendLimit = 2;
-    QList<PrivateHttpRequest*> m_pending;
+    HttpRequestQueue m_pending;
     State m_state = Unconnected;
     State m_stateBeforeReading = Unconnected;
     Error m_error = NoError;
@@ -154,13 +153,11 @@ private:
     QIODevice* m_postDevice = nullptr;
     qint64 m_bytesDone = 0;
     qint64 m_bytesTotal = 0;
-    // -1 not chunked or done, 0 size line due, -2 in the trailer, else bytes left.
-    qint64 m_chunkedSize = -1;
 
     HttpRequestHeader m_header;
     HttpResponseHeader m_response;
     bool m_readHeader = false;
-    QByteArray m_headerStr;
+    HttpResponseReader m_reader;
     HttpResponseBuffer m_responseBuffer;
 
     Authenticator m_proxyAuthenticator;
@@ -168,7 +165,6 @@ private:
     bool m_hasFinishedWithError = false;
     bool m_pendingPost = false;
     bool m_withoutBody = false;  // this send leaves the body for the next one
-    QTimer* m_continueTimer;
     QList<QSslError> m_sslErrors;
 };
 

@@ -93,3 +93,19 @@ QNetworkProxy ProxyEnvironment::current(const QString& host, bool encrypted)
     }
     return QNetworkProxy::applicationProxy();
 }
+
+QNetworkProxy ProxyEnvironment::route(const QString& host, bool encrypted, bool* inTheClear)
+{
+    QNetworkProxy proxy = current(host, encrypted);
+    *inTheClear = false;
+    if (proxy.type() == QNetworkProxy::HttpCachingProxy || proxy.type() == QNetworkProxy::HttpProxy) {
+        if (proxy.hostName().isEmpty()) {
+            proxy.setType(QNetworkProxy::NoProxy);
+        } else if (proxy.type() == QNetworkProxy::HttpCachingProxy || !encrypted) {
+            // An encrypted request tunnels through the proxy instead.
+            proxy.setType(QNetworkProxy::HttpCachingProxy);
+            *inTheClear = true;
+        }
+    }
+    return proxy;
+}

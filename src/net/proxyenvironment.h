@@ -26,6 +26,10 @@ public:
     // the application proxy, for every host.
     static void install(const ProxyEnvironment& settings);
     static QNetworkProxy current(const QString& host, bool encrypted);
+    // current(), as the socket is to use it: an HTTP proxy without a host is
+    // none; inTheClear is set when the request goes to the proxy as it is
+    // (type HttpCachingProxy) rather than through a tunnel.
+    static QNetworkProxy route(const QString& host, bool encrypted, bool* inTheClear);
 
 private:
     QNetworkProxy m_http = QNetworkProxy(QNetworkProxy::NoProxy);
