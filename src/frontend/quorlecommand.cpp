@@ -37,9 +37,13 @@ bool QuorleCommand::needsStore(const QStringList& rest) const
 
 void QuorleCommand::start()
 {
-    auto* op = new QuorleOp(nullptr, m_source, m_destination, m_syncJob, clientSideEncryption(),
-                            serverSideEncryption(), storageOption(), multipartOpt(), decryptionPasswords(),
-                            port());
+    TransferSettings settings;
+    settings.clientSideEncryption = clientSideEncryption();
+    settings.serverSideEncryption = serverSideEncryption();
+    settings.storageDirective = storageOption();
+    settings.multipart = multipartOpt();
+    settings.decryptionPasswords = decryptionPasswords();
+    auto* op = new QuorleOp(nullptr, m_source, m_destination, m_syncJob, settings, port());
     execute(op, chooseProvider());
 }
 

@@ -4,14 +4,10 @@
 #include "sync/shellsynccontaineroperation.h"
 
 QuorleOp::QuorleOp(OperationGroup* parent, const QString& source, const QString& destination,
-                   const SyncJob& job, const ClientSideEncryption& clientSideEncryption,
-                   const ServerSideEncryption& serverSideEncryption, const StorageDirective& storageDirective,
-                   const Multipart& multipart, const DecryptionPasswords& decryptionPasswords, int port)
-    : CommandOp(parent, port, true, reachesStore(source, destination)), m_syncJob(job), m_clientSideEncryption(clientSideEncryption),
-      m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective),
+                   const SyncJob& job, const TransferSettings& settings, int port)
+    : CommandOp(parent, port, true, reachesStore(source, destination)), m_syncJob(job), m_settings(settings),
       m_normalizedSource(Driver::normalizeFolder(source)),
-      m_normalizedDestination(Driver::normalizeFolder(destination)), m_source(source),
-      m_destination(destination), m_multipart(multipart), m_decryptionPasswords(decryptionPasswords)
+      m_normalizedDestination(Driver::normalizeFolder(destination)), m_source(source), m_destination(destination)
 {
 }
 
@@ -50,7 +46,5 @@ void QuorleOp::startSync()
     const QSharedPointer<AbstractFolder> destination = resolveFolder(m_normalizedDestination, m_destination);
     if (!destination)
         return;
-    append(new ShellSyncContainerOperation(this, nullptr, source, destination, m_syncJob, m_clientSideEncryption,
-                                           m_serverSideEncryption, m_storageDirective, m_multipart,
-                                           m_decryptionPasswords));
+    append(new ShellSyncContainerOperation(this, nullptr, source, destination, m_syncJob, m_settings));
 }

@@ -1,11 +1,7 @@
 #ifndef QUORLEOP_H
 #define QUORLEOP_H
 
-#include "crypto/clientsideencryption.h"
-#include "crypto/multipart.h"
-#include "crypto/password.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
+#include "cloud/transfersettings.h"
 #include "frontend/commandop.h"
 #include "sync/syncjob.h"
 
@@ -17,9 +13,7 @@ class QuorleOp : public CommandOp
 
 public:
     QuorleOp(OperationGroup* parent, const QString& source, const QString& destination, const SyncJob& job,
-             const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
-             const StorageDirective& storageDirective, const Multipart& multipart,
-             const DecryptionPasswords& decryptionPasswords, int port);
+             const TransferSettings& settings, int port);
 
     int type() const override { return QuorleOpType; }
     QString name() const override { return QStringLiteral("quorle"); }
@@ -34,15 +28,11 @@ private:
     void startSync();
 
     SyncJob m_syncJob;
-    ClientSideEncryption m_clientSideEncryption;
-    ServerSideEncryption m_serverSideEncryption;
-    StorageDirective m_storageDirective;
+    TransferSettings m_settings;
     QString m_normalizedSource;
     QString m_normalizedDestination;
     QString m_source;
     QString m_destination;
-    Multipart m_multipart;
-    DecryptionPasswords m_decryptionPasswords;
 };
 
 #endif

@@ -11,27 +11,19 @@
 #include "operations/deletelocalfileatomicoperation.h"
 #include "sync/copylocalfiletolocaloperation.h"
 
-ShellCopyFileOperation::ShellCopyFileOperation(
-    OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
-    const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name, bool move,
-    const AclDirective& aclDirective, bool failIfExists,
-    bool computeMd5, bool compareExisting, const OverwriteMode& overwriteMode,
-    const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
-    const StorageDirective& storageDirective, const Multipart& multipart,
-    const DecryptionPasswords& decryptionPasswords)
-    : AbstractShellOperation(parent), m_file(file), m_destinationFolder(destinationFolder),
-      m_destinationName(name), m_move(move), m_compareExisting(compareExisting), m_failIfExists(failIfExists),
-      m_computeMd5(computeMd5), m_aclDirective(aclDirective), m_overwriteMode(overwriteMode),
-      m_clientSideEncryption(clientSideEncryption),
-      m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective), m_multipart(multipart),
-      m_decryptionPasswords(decryptionPasswords)
+ShellCopyFileOperation::ShellCopyFileOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
+                                               const QSharedPointer<AbstractFolder>& destinationFolder,
+                                               const QString& name, CopyFlags flags,
+                                               const OverwriteMode& overwriteMode, const TransferSettings& settings)
+    : AbstractShellOperation(parent), m_file(file), m_destinationFolder(destinationFolder), m_destinationName(name),
+      m_flags(flags), m_overwriteMode(overwriteMode), m_settings(settings)
 {
     dispatch();
 }
 
 QString ShellCopyFileOperation::name() const
 {
-    return m_move ? tr("Move") : tr("Copy");
+    return m_flags.testFlag(Move) ? tr("Move") : tr("Copy");
 }
 
 // One child for the pair of source kind and target class; any other pair
@@ -44,23 +36,28 @@ void ShellCopyFileOperation::dispatch()
     if (source == AbstractItem::CloudFileItem && target == AbstractFS::LocalClass) {
         append(new CopyWSFileToLocalOperation(this, m_file.staticCast<AbstractCloudFile>(),
                                               m_destinationFolder.staticCast<AbstractLocalContainer>(),
-                                              m_computeMd5, m_compareExisting, m_decryptionPasswords));
+                                              m_flags.testFlag(ComputeMd5), m_flags.testFlag(CompareExisting),
+                                              m_settings.decryptionPasswords));
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::CloudClass) {
         append(new CopyLocalFileToWSOperation(this, m_file.staticCast<LocalFile>(),
-                                              m_destinationFolder.staticCast<AbstractS3Folder>(), m_aclDirective,
-                                              m_compareExisting,
-                                              m_overwriteMode, m_clientSideEncryption, m_serverSideEncryption,
-                                              m_storageDirective, m_multipart));
+                                              m_destinationFolder.staticCast<AbstractS3Folder>(),
+                                              m_settings.aclDirective, m_flags.testFlag(CompareExisting),
+                                              m_overwriteMode, m_settings.clientSideEncryption,
+                                              m_settings.serverSideEncryption, m_settings.storageDirective,
+                                              m_settings.multipart));
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::LocalClass) {
         append(new CopyLocalFileToLocalOperation(this, m_file.staticCast<LocalFile>(),
                                                  m_destinationFolder.staticCast<AbstractLocalContainer>(),
-                                                 m_destinationName, m_move, m_compareExisting, m_failIfExists));
+                                                 m_destinationName, m_flags.testFlag(Move),
+                                                 m_flags.testFlag(CompareExisting),
+                                                 m_flags.testFlag(FailIfExists)));
     } else if (source == AbstractItem::CloudFileItem && target == AbstractFS::CloudClass) {
         append(new CopyWSFileToWSOperation(this, m_file.staticCast<AbstractCloudFile>(),
                                            m_destinationFolder.staticCast<AbstractS3Folder>(), m_destinationName,
-                                           m_aclDirective, m_failIfExists,
+                                           m_settings.aclDirective, m_flags.testFlag(FailIfExists),
                                            MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
-                                           m_overwriteMode, m_storageDirective, m_serverSideEncryption));
+                                           m_overwriteMode, m_settings.storageDirective,
+                                           m_settings.serverSideEncryption));
     }
 }
 
@@ -85,13 +82,13 @@ bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
         auto* copy = static_cast<CopyLocalFileToLocalOperation*>(child);
         m_copiedFile = copy->copiedLocalFile();
         // The rename has moved the file already.
-        if (m_move && child->error().isNull() && !copy->transferSkipped())
+        if (m_flags.testFlag(Move) && child->error().isNull() && !copy->transferSkipped())
             m_sourceGone = true;
         break;
     }
     case CopyWSFileToWSType: {
         auto* copy = static_cast<CopyWSFileToWSOperation*>(child);
-        if (m_failIfExists && copy->targetExists()) {
+        if (m_flags.testFlag(FailIfExists) && copy->targetExists()) {
             setError(OpError(OpError::GeneralError, QString(),
                              tr("A file named '%1' already exists in '%2'.")
                                  .arg(m_file->name(), m_destinationFolder->name()),
@@ -104,7 +101,7 @@ bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
     }
     case DeleteLocalFileAtomicType:
     case DeleteCloudFileType:
-        if (m_move && child->error().isNull())
+        if (m_flags.testFlag(Move) && child->error().isNull())
             m_sourceGone = true;
         break;
     default:
@@ -116,7 +113,7 @@ bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
 // A move removes its source once the copy has succeeded.
 void ShellCopyFileOperation::moveStep(AbstractOperation* child, bool skipped)
 {
-    if (!m_move || !child->error().isNull() || skipped)
+    if (!m_flags.testFlag(Move) || !child->error().isNull() || skipped)
         return;
     if (m_file->fileSystemClass() == AbstractFS::LocalClass) {
         append(new DeleteLocalFileAtomicOperation(this, m_file));

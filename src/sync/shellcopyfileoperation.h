@@ -3,12 +3,7 @@
 
 #include <QSharedPointer>
 
-#include "cloud/acldirective.h"
-#include "crypto/clientsideencryption.h"
-#include "crypto/multipart.h"
-#include "crypto/password.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
+#include "cloud/transfersettings.h"
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"
@@ -22,13 +17,22 @@ class ShellCopyFileOperation : public AbstractShellOperation
     Q_DECLARE_TR_FUNCTIONS(ShellCopyFileOperation)
 
 public:
+    enum CopyFlag {
+        NoCopyFlags = 0,
+        // Delete the source once the copy is in.
+        Move = 0x1,
+        // A local copy onto an existing file fails instead of replacing it.
+        FailIfExists = 0x2,
+        // A download computes the MD5 of what it wrote.
+        ComputeMd5 = 0x4,
+        // Skip the transfer when the target already has the same content.
+        CompareExisting = 0x8
+    };
+    Q_DECLARE_FLAGS(CopyFlags, CopyFlag)
+
     ShellCopyFileOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
-                           const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name, bool move,
-                           const AclDirective& aclDirective, bool failIfExists, bool computeMd5, bool compareExisting,
-                           const OverwriteMode& overwriteMode, const ClientSideEncryption& clientSideEncryption,
-                           const ServerSideEncryption& serverSideEncryption,
-                           const StorageDirective& storageDirective, const Multipart& multipart,
-                           const DecryptionPasswords& decryptionPasswords);
+                           const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name,
+                           CopyFlags flags, const OverwriteMode& overwriteMode, const TransferSettings& settings);
 
     int type() const override { return ShellCopyFileType; }
     QString name() const override;
@@ -48,20 +52,14 @@ private:
     QSharedPointer<AbstractFile> m_file;
     QSharedPointer<AbstractFolder> m_destinationFolder;
     QString m_destinationName;
-    bool m_move;
+    CopyFlags m_flags;
     bool m_sourceGone = false;
-    bool m_compareExisting;
-    bool m_failIfExists;
-    bool m_computeMd5;
-    AclDirective m_aclDirective;
     OverwriteMode m_overwriteMode;
-    ClientSideEncryption m_clientSideEncryption;
-    ServerSideEncryption m_serverSideEncryption;
-    StorageDirective m_storageDirective;
-    Multipart m_multipart;
-    DecryptionPasswords m_decryptionPasswords;
+    TransferSettings m_settings;
     QSharedPointer<AbstractFile> m_copiedFile;
     mutable QString m_destinationDisplayPathCache;
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(ShellCopyFileOperation::CopyFlags)
 
 #endif

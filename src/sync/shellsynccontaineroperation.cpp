@@ -22,14 +22,9 @@ QString ShellSyncContainerOperation::_compareStr = ShellSyncContainerOperation::
 
 ShellSyncContainerOperation::ShellSyncContainerOperation(
     OperationGroup* parent, AbstractShellOperation* shellOperation, const QSharedPointer<AbstractFolder>& source,
-    const QSharedPointer<AbstractFolder>& destination, const SyncJob& job,
-    const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
-    const StorageDirective& storageDirective, const Multipart& multipart,
-    const DecryptionPasswords& decryptionPasswords)
+    const QSharedPointer<AbstractFolder>& destination, const SyncJob& job, const TransferSettings& settings)
     : AbstractShellOperation(parent), m_shellOperation(shellOperation ? shellOperation : this), m_source(source),
-      m_destination(destination), m_syncJob(job), m_clientSideEncryption(clientSideEncryption),
-      m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective), m_multipart(multipart),
-      m_decryptionPasswords(decryptionPasswords)
+      m_destination(destination), m_syncJob(job), m_settings(settings)
 {
 }
 
@@ -37,11 +32,8 @@ ShellSyncContainerOperation::ShellSyncContainerOperation(
     OperationGroup* parent, AbstractShellOperation* shellOperation, const QSharedPointer<AbstractFolder>& source,
     const QSharedPointer<AbstractFolder>& destination, const SyncJob& job, const FolderList& sourceFolders,
     const FileList& sourceFiles, const FolderList& destinationFolders, const FileList& destinationFiles,
-    bool createDestination, const QSharedPointer<AbstractAcl>& acl, const ClientSideEncryption& clientSideEncryption,
-    const ServerSideEncryption& serverSideEncryption, const StorageDirective& storageDirective,
-    const Multipart& multipart, const DecryptionPasswords& decryptionPasswords)
-    : ShellSyncContainerOperation(parent, shellOperation, source, destination, job, clientSideEncryption,
-                                  serverSideEncryption, storageDirective, multipart, decryptionPasswords)
+    bool createDestination, const QSharedPointer<AbstractAcl>& acl, const TransferSettings& settings)
+    : ShellSyncContainerOperation(parent, shellOperation, source, destination, job, settings)
 {
     m_sourceListed = true;
     m_destinationListed = true;
@@ -348,8 +340,7 @@ void ShellSyncContainerOperation::appendSubOperation(const QSharedPointer<Abstra
 {
     append(new ShellSyncContainerOperation(this, shellOperationForChildren(), source, destination, m_syncJob,
                                            slices.folders, slices.files, slices.twinFolders, slices.twinFiles,
-                                           createDestination, m_acl, m_clientSideEncryption, m_serverSideEncryption,
-                                           m_storageDirective, m_multipart, m_decryptionPasswords));
+                                           createDestination, m_acl, m_settings));
 }
 
 void ShellSyncContainerOperation::scheduleCopy(const QSharedPointer<AbstractFile>& file, SyncAction::Reason reason)
@@ -364,12 +355,12 @@ void ShellSyncContainerOperation::scheduleCopy(const QSharedPointer<AbstractFile
     const SyncJob::Options options = m_syncJob.options();
     const OverwriteMode overwriteMode(options.testFlag(SyncJob::OverwriteKeepsAcl), false,
                                       options.testFlag(SyncJob::OverwriteKeepsMetadata), false);
+    TransferSettings settings = m_settings;
+    settings.aclDirective = newItemAcl();
     SyncSummary::instance().addPlannedCopy(file->size());
     appendTagged(m_shellOperation,
-                 new ShellCopyFileOperation(m_shellOperation, file, m_destination, file->name(), false, newItemAcl(),
-                                            false, false, false, overwriteMode, m_clientSideEncryption,
-                                            m_serverSideEncryption, m_storageDirective, m_multipart,
-                                            m_decryptionPasswords),
+                 new ShellCopyFileOperation(m_shellOperation, file, m_destination, file->name(),
+                                            ShellCopyFileOperation::NoCopyFlags, overwriteMode, settings),
                  reason == SyncAction::NotInDestination ? CopyNewTag : ReplaceTag);
 }
 

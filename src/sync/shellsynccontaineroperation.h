@@ -4,12 +4,7 @@
 #include <QSharedPointer>
 
 #include "cloud/abstractacl.h"
-#include "cloud/acldirective.h"
-#include "crypto/clientsideencryption.h"
-#include "crypto/multipart.h"
-#include "crypto/password.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
+#include "cloud/transfersettings.h"
 #include "sync/syncjob.h"
 #include "items/abstractfile.h"
 #include "items/abstractfolder.h"
@@ -44,10 +39,7 @@ public:
     ShellSyncContainerOperation(OperationGroup* parent, AbstractShellOperation* shellOperation,
                                 const QSharedPointer<AbstractFolder>& source,
                                 const QSharedPointer<AbstractFolder>& destination, const SyncJob& job,
-                                const ClientSideEncryption& clientSideEncryption,
-                                const ServerSideEncryption& serverSideEncryption,
-                                const StorageDirective& storageDirective, const Multipart& multipart,
-                                const DecryptionPasswords& decryptionPasswords);
+                                const TransferSettings& settings);
     // A sub-folder, with its slices of the listings; does its work at once.
     ShellSyncContainerOperation(OperationGroup* parent, AbstractShellOperation* shellOperation,
                                 const QSharedPointer<AbstractFolder>& source,
@@ -55,10 +47,7 @@ public:
                                 const FolderList& sourceFolders, const FileList& sourceFiles,
                                 const FolderList& destinationFolders, const FileList& destinationFiles,
                                 bool createDestination, const QSharedPointer<AbstractAcl>& acl,
-                                const ClientSideEncryption& clientSideEncryption,
-                                const ServerSideEncryption& serverSideEncryption,
-                                const StorageDirective& storageDirective, const Multipart& multipart,
-                                const DecryptionPasswords& decryptionPasswords);
+                                const TransferSettings& settings);
 
     int type() const override { return ShellSyncContainerType; }
     QString name() const override;
@@ -111,11 +100,7 @@ private:
     // The destination container's ACL, read once at the top and handed down.
     QSharedPointer<AbstractAcl> m_acl;
     bool m_containerAclPending = false;
-    ClientSideEncryption m_clientSideEncryption;
-    ServerSideEncryption m_serverSideEncryption;
-    StorageDirective m_storageDirective;
-    Multipart m_multipart;
-    DecryptionPasswords m_decryptionPasswords;
+    TransferSettings m_settings;
 };
 
 #endif

@@ -47,12 +47,11 @@ int main(int argc, char** argv)
     const QFileInfo local(args.at(5));
     const auto file = QSharedPointer<LocalFile>::create(
         localFolderAt(local.absolutePath()).staticCast<AbstractLocalContainer>(), local.fileName());
-    const AclDirective directive(keepAcl ? AclDirective::UseAcl : AclDirective::ContainerAcl, nullptr);
+    TransferSettings settings;
+    settings.aclDirective = AclDirective(keepAcl ? AclDirective::UseAcl : AclDirective::ContainerAcl, nullptr);
     auto* copy = new ShellCopyFileOperation(nullptr, file, bucketOn(args.at(2), args.at(3).toInt(), args.at(4)),
-                                            file->name(), false, directive, false, false, false,
-                                            OverwriteMode(keepAcl, false, false, false), ClientSideEncryption(),
-                                            ServerSideEncryption(), StorageDirective(), Multipart(),
-                                            DecryptionPasswords());
+                                            file->name(), ShellCopyFileOperation::NoCopyFlags,
+                                            OverwriteMode(keepAcl, false, false, false), settings);
     copy->setOverwriteMode(BrindleLib::OverwriteAlways);
     const bool finished = runShell(copy, 2);
     const OpError error = copy->error();

@@ -149,10 +149,10 @@ QSharedPointer<LocalFile> writeFile(const QString& folder, const QByteArray& dat
 
 ShellCopyFileOperation* uploadOf(const QSharedPointer<LocalFile>& file, int port, const Multipart& multipart)
 {
+    TransferSettings settings;
+    settings.multipart = multipart;
     auto* op = new ShellCopyFileOperation(nullptr, file, loopbackBucket(port, QStringLiteral("bucket")),
-                                          file->name(), false, AclDirective(), false, false, false, OverwriteMode(),
-                                          ClientSideEncryption(), ServerSideEncryption(), StorageDirective(),
-                                          multipart, DecryptionPasswords());
+                                          file->name(), ShellCopyFileOperation::NoCopyFlags, OverwriteMode(), settings);
     op->setOverwriteMode(BrindleLib::OverwriteAlways);
     return op;
 }
@@ -323,9 +323,8 @@ void TestMultipartUpload::copyAbove5GiBGoesInRanges()
         Driver::createFile(QStringLiteral("big.bin"), global_bigCopy, QDateTime(), QByteArray(), source, true,
                            QByteArray(), QSharedPointer<AbstractUser>(), StorageDirective::StandardStorage);
     QScopedPointer<ShellCopyFileOperation> op(new ShellCopyFileOperation(
-        nullptr, object, loopbackBucket(store.port(), QStringLiteral("dst")), object->name(), false, AclDirective(),
-        false, false, false, OverwriteMode(), ClientSideEncryption(), ServerSideEncryption(), StorageDirective(),
-        Multipart(), DecryptionPasswords()));
+        nullptr, object, loopbackBucket(store.port(), QStringLiteral("dst")), object->name(),
+        ShellCopyFileOperation::NoCopyFlags, OverwriteMode(), TransferSettings()));
     op->setOverwriteMode(BrindleLib::OverwriteAlways);
     QVERIFY(runShell(op.data(), 3));
     QVERIFY2(op->error().isNull(), qPrintable(op->error().message()));

@@ -62,9 +62,13 @@ ShellCopyFileOperation* copy(const QSharedPointer<AbstractFile>& file, const QSh
                              const ServerSideEncryption& sse = ServerSideEncryption(),
                              const DecryptionPasswords& passwords = DecryptionPasswords())
 {
-    auto* op = new ShellCopyFileOperation(nullptr, file, folder, file->name(), false, AclDirective(), false, hashes, hashes,
-                                          OverwriteMode(), ClientSideEncryption(), sse, storage, Multipart(),
-                                          passwords);
+    TransferSettings settings;
+    settings.serverSideEncryption = sse;
+    settings.storageDirective = storage;
+    settings.decryptionPasswords = passwords;
+    const auto flags = hashes ? ShellCopyFileOperation::ComputeMd5 | ShellCopyFileOperation::CompareExisting
+                              : ShellCopyFileOperation::CopyFlags();
+    auto* op = new ShellCopyFileOperation(nullptr, file, folder, file->name(), flags, OverwriteMode(), settings);
     op->setOverwriteMode(BrindleLib::OverwriteAlways);
     return op;
 }

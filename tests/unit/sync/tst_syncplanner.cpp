@@ -268,8 +268,7 @@ void TestSyncPlanner::skipsFailTheRunAndDryRunChangesNothing()
         SyncJob job;
         job.setOptions(dryRun ? SyncJob::Options(SyncJob::DryRun) : SyncJob::Options());
         ShellSyncContainerOperation op(nullptr, nullptr, from.root, to.root, job, from.folders, from.files, to.folders,
-                                       to.files, false, nullptr, ClientSideEncryption(), ServerSideEncryption(),
-                                       StorageDirective(), Multipart(), DecryptionPasswords());
+                                       to.files, false, nullptr, TransferSettings());
         QStringList seen;
         QList<OperationGroup*> groups{&op};
         while (!groups.isEmpty()) {
