@@ -22,7 +22,6 @@ private Q_SLOTS:
     void googleEntries();
     void canned_data();
     void canned();
-    void cannedWords();
     void putRequest_data();
     void putRequest();
     void getAnswer_data();
@@ -247,21 +246,6 @@ void TestAcl::canned()
     const auto onRung = [](int flags) { return flags == 0 || flags == 1 || flags == 3 || flags == 15; };
     if (!google || (onRung(ownerFlags) && onRung(groupFlags)))
         QCOMPARE(int(reread(acl)->canned()), canned);
-}
-
-void TestAcl::cannedWords()
-{
-    const QList<QByteArray> words = {"",
-                                     "private",
-                                     "public-read",
-                                     "public-read-write",
-                                     "authenticated-read",
-                                     "project-private",
-                                     "bucket-owner-read",
-                                     "bucket-owner-full-control",
-                                     ""};
-    for (int value = 0; value < words.size(); ++value)
-        QCOMPARE(AbstractAcl::cannedToByteArray(AbstractAcl::Canned(value)), words.at(value));
 }
 
 void TestAcl::putRequest_data()

@@ -16,8 +16,6 @@ class TestRequestSigning : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void publishedSignatures_data();
-    void publishedSignatures();
     void publishedExamplesThroughOperations_data();
     void publishedExamplesThroughOperations();
     void signedResourceIsTheWirePath_data();
@@ -108,43 +106,6 @@ void TestRequestSigning::initTestCase()
     // A skewed clock makes the retry policy measure the time: never against
     // a real server from here.
     qputenv("QUORLE_TIME_REFERENCE", "127.0.0.1:1");
-}
-
-void TestRequestSigning::publishedSignatures_data()
-{
-    QTest::addColumn<QByteArray>("stringToSign");
-    QTest::addColumn<QByteArray>("signature");
-    QTest::newRow("object GET") << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:36:42 +0000\n/johnsmith/photos/puppy.jpg")
-                                << QByteArray("bWq2s1WEIj+Ydj0vQ697zp+IXMU=");
-    QTest::newRow("object GET, newer guide")
-        << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:36:42 +0000\n/awsexamplebucket1/photos/puppy.jpg")
-        << QByteArray("qgk2+6Sv9/oM7G3qLEjTH1a1l1g=");
-    QTest::newRow("object PUT")
-        << QByteArray("PUT\n\nimage/jpeg\nTue, 27 Mar 2007 21:15:45 +0000\n/johnsmith/photos/puppy.jpg")
-        << QByteArray("MyyxeRY7whkBe+bq8fHCL/2kKUg=");
-    QTest::newRow("list") << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:42:41 +0000\n/johnsmith/")
-                          << QByteArray("htDYFYduRNen8P9ZfE/s9SuKy0U=");
-    QTest::newRow("fetch acl") << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:44:46 +0000\n/johnsmith/?acl")
-                               << QByteArray("c2WLPFtWHVgbEmeEG93a4cG37dM=");
-    QTest::newRow("upload with provider headers")
-        << QByteArray("PUT\n4gJE4saaMU4BqNR0kLY+lw==\napplication/x-download\nTue, 27 Mar 2007 21:06:08 +0000\n"
-                      "x-amz-acl:public-read\nx-amz-meta-checksumalgorithm:crc32\n"
-                      "x-amz-meta-filechecksum:0x02661779\n"
-                      "x-amz-meta-reviewedby:joe@johnsmith.net,jane@johnsmith.net\n"
-                      "/static.johnsmith.net/db-backup.dat.gz")
-        << QByteArray("ilyl83RwaSoYIEdixDQcA4OnAnc=");
-    QTest::newRow("list all buckets") << QByteArray("GET\n\n\nWed, 28 Mar 2007 01:29:59 +0000\n/")
-                                      << QByteArray("qGdzdERIC03wnaRNKh6OqZehG9s=");
-    QTest::newRow("unicode keys")
-        << QByteArray("GET\n\n\nWed, 28 Mar 2007 01:49:49 +0000\n/dictionary/fran%C3%A7ais/pr%c3%a9f%c3%a8re")
-        << QByteArray("DNEZGsoieTZ92F3bUfSPQcbGmlM=");
-}
-
-void TestRequestSigning::publishedSignatures()
-{
-    QFETCH(QByteArray, stringToSign);
-    QFETCH(QByteArray, signature);
-    QCOMPARE(AbstractCloudStorageOperation::HMACSha1(stringToSign, global_secretKey).toBase64(), signature);
 }
 
 void TestRequestSigning::publishedExamplesThroughOperations_data()

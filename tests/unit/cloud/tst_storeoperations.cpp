@@ -11,7 +11,6 @@
 #include "cloud/lists3versionsatomicoperation.h"
 #include "cloud/s3containerexistsoperation.h"
 #include "cloud/wslistatomicoperation.h"
-#include "cloud/wslistoperation.h"
 #include "items/abstractbucket.h"
 #include "items/abstractcloudfile.h"
 #include "items/abstractwsfolder.h"
@@ -30,9 +29,6 @@ private Q_SLOTS:
     void initTestCase();
     void listingQuery_data();
     void listingQuery();
-    void subtreePagesRebuildOneTree();
-    void fileModeKeepsOnlyTheKey();
-    void versionPagesGoOnFromBothMarkers();
     void head_data();
     void head();
     void deleteNeeds204_data();
@@ -91,15 +87,6 @@ struct Run
     const bool finished;
 };
 
-template <typename List>
-QStringList paths(const List& items)
-{
-    QStringList out;
-    for (const auto& item : items)
-        out << item->path();
-    return out;
-}
-
 } // namespace
 
 void TestStoreOperations::initTestCase()
@@ -155,71 +142,6 @@ void TestStoreOperations::listingQuery()
              mode == 2 ? QStringLiteral("/johnsmith/?versions") : QStringLiteral("/johnsmith/"));
     std::unique_ptr<AbstractWSListAtomicOperation> copy(op->clone(nullptr));
     QCOMPARE(copy->url(), url);
-}
-
-void TestStoreOperations::subtreePagesRebuildOneTree()
-{
-    // The second page carries the object of a folder that the first page
-    // made; without a delimiter the store names no NextMarker.
-    FakeStore store({listPage({"a/b/c", "a/x"}, true), listPage({"a/b/", "d/e"}, true),
-                     listPage({"f"}, false)});
-    const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
-    auto* listing = new WSListOperation(nullptr, bucket, BrindleLib::ListSubtree, BrindleLib::ListCurrentVersions,
-                                        Filter());
-    const Run run(listing);
-    QVERIFY(run.finished);
-    QVERIFY(run.error().isNull());
-    const QList<QSharedPointer<AbstractFile>> files = listing->files;
-    const QList<QSharedPointer<AbstractFolder>> folders = listing->folders;
-
-    QCOMPARE(store.requests, QList<QByteArray>({"GET /johnsmith/?prefix=", "GET /johnsmith/?prefix=&marker=a%2Fx",
-                                                "GET /johnsmith/?prefix=&marker=d%2Fe"}));
-    QCOMPARE(paths(files), QStringList({"a/b/c", "a/x", "d/e", "f"}));
-    QCOMPARE(paths(folders), QStringList({"a/", "a/b/", "d/"}));
-    const auto ab = folders.at(1).staticCast<AbstractWSFolder>();
-    QVERIFY(ab->exists());
-    QVERIFY(!folders.at(0).staticCast<AbstractWSFolder>()->exists());
-    QCOMPARE(files.first()->parent(), folders.at(1));
-}
-
-void TestStoreOperations::fileModeKeepsOnlyTheKey()
-{
-    FakeStore store({listPage({"dir/x", "dir/x1"}, false,
-                              "<CommonPrefixes><Prefix>dir/x/</Prefix></CommonPrefixes>")});
-    const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
-    const auto dir = Driver::createFolder(QStringLiteral("dir/"), bucket, QByteArray(), false);
-    auto* listing = new WSListOperation(nullptr, fileIn(dir, QStringLiteral("dir/x")), BrindleLib::ListCurrentVersions);
-    const Run run(listing);
-    QVERIFY(run.finished);
-    QCOMPARE(store.requests.value(0), QByteArray("GET /johnsmith/?&prefix=dir/x&delimiter=%2F"));
-    QCOMPARE(paths(listing->files), QStringList({"dir/x"}));
-}
-
-void TestStoreOperations::versionPagesGoOnFromBothMarkers()
-{
-    const QByteArray first =
-        "<ListVersionsResult><IsTruncated>true</IsTruncated><NextKeyMarker>a/k</NextKeyMarker>"
-        "<NextVersionIdMarker>v+2</NextVersionIdMarker>"
-        "<Version><Key>a/k</Key><VersionId>v1</VersionId><IsLatest>true</IsLatest><ETag>\"aa\"</ETag><Size>1</Size></Version>"
-        "<DeleteMarker><Key>a/gone</Key><VersionId>m1</VersionId><IsLatest>true</IsLatest></DeleteMarker>"
-        "</ListVersionsResult>";
-    const QByteArray last = "<ListVersionsResult><IsTruncated>false</IsTruncated>"
-                            "<Version><Key>a/k</Key><VersionId>v0</VersionId><IsLatest>false</IsLatest></Version>"
-                            "</ListVersionsResult>";
-    FakeStore store({answer(200, first), answer(200, last)});
-    const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
-    auto* listing = new WSListOperation(nullptr, Driver::createFolder("a/", bucket, QByteArray(), false),
-                                        BrindleLib::ListOneLevel, BrindleLib::ListAllVersions, Filter());
-    const Run run(listing);
-    QVERIFY(run.finished);
-    QVERIFY(run.error().isNull());
-    QCOMPARE(store.requests.value(1),
-             QByteArray("GET /johnsmith/?versions&prefix=a/&delimiter=%2F&key-marker=a%2Fk&version-id-marker=v%2B2"));
-    QCOMPARE(paths(listing->files), QStringList({"a/k", "a/gone", "a/k"}));
-    const auto marker = listing->files.at(1).staticCast<AbstractCloudFile>();
-    QVERIFY(!marker->deleteMarker().isNull());
-    QVERIFY(marker->url().toString().endsWith("versionId=m1"));
-    QVERIFY(!listing->files.at(2).staticCast<AbstractCloudFile>()->isLatest());
 }
 
 void TestStoreOperations::head_data()

@@ -73,6 +73,9 @@ private Q_SLOTS:
     void errorsReachEveryAncestorAndLeaveTogether();
     void clearAllOperationsKeepsFailedSubtrees();
     void appendReopensFinishedGroup();
+    void errorText_data();
+    void errorText();
+    void errorCopiesShareShownMark();
 };
 
 void TestOperationGroup::emptyGroupFinishesThroughDummy()
@@ -290,6 +293,41 @@ void TestOperationGroup::appendReopensFinishedGroup()
     QCOMPARE(root.takeNextToExecute(), late);
     finish(late);
     QVERIFY(root.isFinished());
+}
+
+void TestOperationGroup::errorText_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<bool>("withDetail");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("short, no code") << "" << false << "%1 left";
+    QTest::newRow("short, code") << "%2" << false << "%2: %1 left";
+    // The detailed forms swap their fields; callers rely on these shapes.
+    QTest::newRow("detail, code") << "%2" << true << "%1 left: more";
+    QTest::newRow("detail, no code") << "" << true << ": %1 left\nmore";
+}
+
+void TestOperationGroup::errorText()
+{
+    QFETCH(QString, code);
+    QFETCH(bool, withDetail);
+    QFETCH(QString, expected);
+    QCOMPARE(OpError(OpError::ServiceError, code, "%1 left", "more").toString(withDetail), expected);
+}
+
+// An error is shown once, whichever copy of it was shown.
+void TestOperationGroup::errorCopiesShareShownMark()
+{
+    const OpError a(OpError::FileError, QString(), "m", QString());
+    const OpError b(OpError::FileError, QString(), "m", QString());
+    QVERIFY(a.errorId() != b.errorId());
+    OpError copy = a;
+    copy.setShowFlag(true);
+    QVERIFY(a.showFlag());
+    QVERIFY(!b.showFlag());
+    OpError empty;
+    empty.setEndPoint("s3.localhost");
+    QVERIFY(!empty.isNull());
 }
 
 QTEST_GUILESS_MAIN(TestOperationGroup)
