@@ -16,12 +16,8 @@ private Q_SLOTS:
     void algorithmFromString();
     void algorithmFromStringRefuses_data();
     void algorithmFromStringRefuses();
-    void description();
-    void roundTrip_data();
-    void roundTrip();
     void fromByteArray_data();
     void fromByteArray();
-    void decryptionPasswordsKeepOrder();
     void passwordBytesAreUtf8();
 };
 
@@ -65,50 +61,6 @@ void TestClientSideEncryption::algorithmFromStringRefuses()
     QVERIFY(!ok);
 }
 
-void TestClientSideEncryption::description()
-{
-    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::BlowfishCfb),
-             QByteArray("Blowfish (OpenSSL bf-cfb)"));
-    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::TripleDesOfb),
-             QByteArray("Triple DES (OpenSSL des-ede3-ofb)"));
-    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::Aes192Cfb8),
-             QByteArray("192 bit AES (OpenSSL aes-192-cfb8)"));
-    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::Algorithm(21)),
-             QByteArray("Unknown"));
-    QCOMPARE(ClientSideEncryption::description(ClientSideEncryption::Algorithm(-1)),
-             QByteArray("Unknown"));
-}
-
-void TestClientSideEncryption::roundTrip_data()
-{
-    QTest::addColumn<int>("algorithm");
-    QTest::addColumn<bool>("compression");
-    for (int i = 0; i < 21; ++i) {
-        QTest::addRow("%s", global_cipherOptions[i]) << i << false;
-        QTest::addRow("gzip %s", global_cipherOptions[i]) << i << true;
-    }
-}
-
-// What an upload writes into the metadata, a download must read back.
-void TestClientSideEncryption::roundTrip()
-{
-    QFETCH(int, algorithm);
-    QFETCH(bool, compression);
-    ClientSideEncryption settings;
-    settings.setEncryptionEnabled(true);
-    settings.setCompressionEnabled(compression);
-    settings.setAlgorithm(ClientSideEncryption::Algorithm(algorithm));
-    const QByteArray iv = QByteArray::fromHex("00ff10203a3b3c3d3e3f404142434445");
-    const QByteArray value = settings.toByteArray() + "; " + iv.toBase64();
-
-    const auto parsed = ClientSideEncryption::fromByteArray(value);
-    QVERIFY(parsed.first.isEncryptionEnabled());
-    QCOMPARE(parsed.first.isCompressionEnabled(), compression);
-    QCOMPARE(int(parsed.first.algorithm()), algorithm);
-    QCOMPARE(parsed.second, iv);
-    QCOMPARE(parsed.first.toByteArray(), settings.toByteArray());
-}
-
 void TestClientSideEncryption::fromByteArray_data()
 {
     QTest::addColumn<QByteArray>("value");
@@ -144,26 +96,6 @@ void TestClientSideEncryption::fromByteArray()
     QCOMPARE(parsed.first.isEncryptionEnabled(), encryption);
     QCOMPARE(int(parsed.first.algorithm()), algorithm);
     QCOMPARE(parsed.second, iv);
-}
-
-void TestClientSideEncryption::decryptionPasswordsKeepOrder()
-{
-    DecryptionPasswords passwords;
-    QCOMPARE(passwords.count(), 0);
-    QVERIFY(passwords.compatibilityPassword().isEmpty());
-    passwords.append(Password::fromString(QStringLiteral("b")));
-    passwords.append(Password::fromString(QStringLiteral("a")));
-    passwords.append(Password::fromString(QStringLiteral("b")));
-    DecryptionPasswords copy = passwords;
-    copy.append(Password::fromString(QStringLiteral("c")));
-
-    QCOMPARE(passwords.count(), 3);
-    QCOMPARE(passwords.at(0).toUtf8(), QByteArray("b"));
-    QCOMPARE(passwords.at(1).toUtf8(), QByteArray("a"));
-    QVERIFY(passwords.contains(Password::fromUtf8("a")));
-    QVERIFY(!passwords.contains(Password::fromUtf8("c")));
-    QCOMPARE(copy.count(), 4);
-    QVERIFY(copy.contains(Password::fromUtf8("c")));
 }
 
 void TestClientSideEncryption::passwordBytesAreUtf8()

@@ -1,4 +1,5 @@
 #include <QBuffer>
+#include <QNetworkProxy>
 #include <QtTest>
 
 #include "net/httpclient.h"
@@ -103,6 +104,8 @@ private Q_SLOTS:
     void failureDropsQueuedRequests();
     void abortDuringResponse();
     void abortInsideSuccessfulFinish();
+    void proxyRefusingCredentialsEndsTheRequest_data();
+    void proxyRefusingCredentialsEndsTheRequest();
 };
 
 void TestHttpClient::keepAliveReusesConnection()
@@ -513,6 +516,35 @@ void TestHttpClient::abortInsideSuccessfulFinish()
     QVERIFY(!rec.sawFinished(behind));
     QVERIFY(!client.hasPendingRequests());
     QCOMPARE(client.currentId(), 0);
+}
+
+void TestHttpClient::proxyRefusingCredentialsEndsTheRequest_data()
+{
+    QTest::addColumn<QByteArray>("challenge");
+    QTest::newRow("basic") << QByteArray("Basic realm=\"q\"");
+    QTest::newRow("digest") << QByteArray("Digest realm=\"q\", nonce=\"n1\", qop=\"auth\"");
+}
+
+// A wrong proxy password must end the request, not answer challenges forever.
+void TestHttpClient::proxyRefusingCredentialsEndsTheRequest()
+{
+    QFETCH(QByteArray, challenge);
+    ScriptedServer proxy(answerEach("HTTP/1.1 407 Proxy Authentication Required\r\nProxy-Authenticate: "
+                                    + challenge + "\r\nContent-Length: 0\r\n\r\n"));
+    QNetworkProxy::setApplicationProxy(
+        QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", proxy.port(), "robin", "wrong"));
+    HttpClient client;
+    Recorder rec(client);
+    client.setHost("origin.localhost", HttpClient::ConnectionModeHttp, 80);
+    const int id = client.request(get("http://origin.localhost/x"));
+    const bool done = QTest::qWaitFor([&] { return rec.sawFinished(id); }, 10000);
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    QVERIFY(done);
+    QVERIFY(rec.failed(id));
+    QCOMPARE(int(client.error()), 9);
+    QCOMPARE(client.errorString(), QString("Proxy authentication required"));
+    QVERIFY(proxy.received().contains("GET http://origin.localhost"));
+    QVERIFY(proxy.received().toLower().count("proxy-authorization:") <= 2);
 }
 
 QTEST_GUILESS_MAIN(TestHttpClient)
