@@ -13,7 +13,6 @@ private Q_SLOTS:
     void keepUserKeys_data();
     void keepUserKeys();
     void sortIsByteOrderOfKeysThenValues();
-    void specialKeysHoldNoNiftyOrSecondEtagName();
 };
 
 static Metadata fieldsOf(const QList<QPair<QByteArray, QByteArray>>& pairs)
@@ -115,20 +114,6 @@ void TestMetadata::sortIsByteOrderOfKeysThenValues()
     QCOMPARE(m.at(2).key(), QByteArray("a"));
     QVERIFY(qHttpFieldLessThan(HttpField("k", "A"), HttpField("k", "a")));
     QVERIFY(!qHttpFieldLessThan(HttpField("k", "a"), HttpField("k", "a")));
-}
-
-void TestMetadata::specialKeysHoldNoNiftyOrSecondEtagName()
-{
-    const QList<QByteArray> special = Metadata::specialKeys();
-    QCOMPARE(special.count(), 7);
-    QVERIFY(special.contains("Content-Encoding"));
-    for (const QByteArray& key : special) {
-        QVERIFY2(!key.contains("nifty"), key.constData());
-        QVERIFY2(!key.contains("etag2"), key.constData());
-    }
-    QCOMPARE(Metadata::userKeys(),
-             (QList<QByteArray>{ "Content-Disposition", "Cache-Control", "Content-Encoding",
-                                 "Content-Language", "Content-Type", "Expires" }));
 }
 
 QTEST_GUILESS_MAIN(TestMetadata)
