@@ -16,6 +16,7 @@
 #include "operations/createlocalfolderatomicoperation.h"
 #include "operations/deletelocalemptyfolderatomicoperation.h"
 #include "operations/deletelocalfileatomicoperation.h"
+#include "operations/encryptlocalfileatomicoperation.h"
 #include "operations/localdrivelistatomicoperation.h"
 #include "operations/localfolderlistatomicoperation.h"
 #include "operations/localmd5atomicoperation.h"
@@ -49,6 +50,7 @@ private Q_SLOTS:
     void md5StopsBetweenReads_data();
     void md5StopsBetweenReads();
     void handlerLogsHeaderPathAndError();
+    void encodingAnUnreadableFileIsAFileError();
 
 private:
     QString path(const QString& relative) const { return m_dir->filePath(relative); }
@@ -497,6 +499,21 @@ void TestLocalOperations::handlerLogsHeaderPathAndError()
     handler.slotExecuteLocalOperation(&quiet);
     QVERIFY(!quiet.error().isNull());
     QVERIFY(quiet.log().isEmpty());
+}
+
+void TestLocalOperations::encodingAnUnreadableFileIsAFileError()
+{
+    // A folder has a size but can't be opened as a file, even by root.
+    QVERIFY(makeTree(m_dir->path(), {"folder/", "folder/inside"}));
+    ClientSideEncryption settings;
+    settings.setCompressionEnabled(true);
+    EncryptLocalFileAtomicOperation op(nullptr, fileAt(path("folder")), settings);
+    run(&op, nullptr, true);
+    QCOMPARE(op.error().type(), OpError::FileError);
+    QVERIFY2(op.error().message().startsWith("Operation: Compression\nPath: " + path("folder") + '\n'),
+             qPrintable(op.error().message()));
+    QVERIFY(op.log().contains("Error : "));
+    QVERIFY(!op.device);
 }
 
 QTEST_GUILESS_MAIN(TestLocalOperations)

@@ -22,7 +22,6 @@ private Q_SLOTS:
     void init();
     void deleteWalkStructure_data();
     void deleteWalkStructure();
-    void deleteRealTreeLeavesFirst();
     void deleteFailuresLeaveFolderAndReachRoot();
     void localCreationHoldsBackNextSibling();
 
@@ -64,16 +63,6 @@ QString describe(AbstractOperation* op)
     default:
         return wait + QString::number(op->type());
     }
-}
-
-// The path that a finished deletion removed, or a null string.
-QString deletedPath(AbstractShellOperation* op)
-{
-    if (op->type() == AbstractOperation::ShellDeleteVirtualFolderType)
-        return static_cast<ShellDeleteVirtualFolderOperation*>(op)->folder->path();
-    if (op->type() == AbstractOperation::ShellDeleteFileType)
-        return static_cast<ShellDeleteFileOperation*>(op)->file->path();
-    return QString();
 }
 
 } // namespace
@@ -132,31 +121,6 @@ void TestShellOperations::deleteWalkStructure()
     for (int i = 0; i < op.operationCount(); ++i)
         children.append(describe(op.operationAt(i)));
     QCOMPARE(children.join(' '), expected);
-}
-
-void TestShellOperations::deleteRealTreeLeavesFirst()
-{
-    QVERIFY(makeTree(m_dir->path(), {"r/", "r/f1", "r/.hidden", "r/a/", "r/a/g", "r/a/b/", "r/a/b/c/",
-                                     "r/a/b/c/deep", "r/a-b/", "r/a-b/x", "r/e/", "r/.hd/", "r/.hd/y"}));
-    ShellDeleteContainerOperation op(nullptr, folderItem(path("r")), false);
-    QList<AbstractShellOperation*> finished;
-    QVERIFY(runShell(&op, 4, &finished));
-    QCOMPARE(op.error().toString(false), QString());
-    QVERIFY(!QFileInfo::exists(path("r")));
-
-    QStringList order;
-    for (AbstractShellOperation* done : std::as_const(finished)) {
-        const QString deleted = deletedPath(done);
-        if (!deleted.isNull())
-            order.append(deleted);
-    }
-    QCOMPARE(order.size(), 13);
-    QCOMPARE(order.last(), path("r"));
-    // Nothing is removed before everything below it.
-    for (int i = 0; i < order.size(); ++i) {
-        for (int j = i + 1; j < order.size(); ++j)
-            QVERIFY2(!order.at(j).startsWith(order.at(i) + '/'), qPrintable(order.join('\n')));
-    }
 }
 
 void TestShellOperations::deleteFailuresLeaveFolderAndReachRoot()
