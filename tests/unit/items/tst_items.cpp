@@ -24,15 +24,10 @@ class TestItems : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void providerNames_data();
-    void providerNames();
     void isDnsCompatible_data();
     void isDnsCompatible();
     void providerFromDomain_data();
     void providerFromDomain();
-    void domain_data();
-    void domain();
-    void explicitPortFollowsProtocol();
     void endpointFallsBackToStandard();
     void hashGroupsSameKeyAndDomain();
     void urlFromDisplayPath_data();
@@ -146,32 +141,6 @@ QList<QSharedPointer<AbstractFolder>> TestItems::roots() const
     auto mount = QSharedPointer<Drive>::create(QLatin1Char('/'), m_dir.path(), computer);
     mount->setShortcut(true);
     return {mount, QSharedPointer<Drive>::create(QLatin1Char('/'), QStringLiteral("/"), computer)};
-}
-
-// The header prefixes and names each provider puts on the wire.
-void TestItems::providerNames_data()
-{
-    QTest::addColumn<int>("provider");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("x");
-    QTest::addColumn<QByteArray>("auth");
-    QTest::newRow("amazon") << 0 << "AmazonS3" << QByteArray("x-amz-") << QByteArray("AWS");
-    QTest::newRow("google") << 1 << "GoogleCloudStorage" << QByteArray("x-goog-") << QByteArray("GOOG1");
-    QTest::newRow("nifty") << 4 << "Nifty" << QByteArray("x-nifty-") << QByteArray("NIFTY");
-    QTest::newRow("other") << 7 << "S3compatible" << QByteArray("x-amz-") << QByteArray("AWS");
-}
-
-void TestItems::providerNames()
-{
-    QFETCH(int, provider);
-    QFETCH(QString, text);
-    QFETCH(QByteArray, x);
-    QFETCH(QByteArray, auth);
-    const QSharedPointer<AbstractAccount> account = make(provider);
-    QCOMPARE(Driver::providerToString(account->provider()), text);
-    QCOMPARE(int(Driver::providerFromString(text)), provider);
-    QCOMPARE(account->x(), x);
-    QCOMPARE(account->authPrefix(), auth);
 }
 
 void TestItems::unresolvable_data()
@@ -494,41 +463,6 @@ void TestItems::versionQueryMakesOldVersion()
     QVERIFY(!item->isLatest());
     QCOMPARE(item->versionId(), QByteArray("v+1"));
     QCOMPARE(item->folder()->path(), QStringLiteral("d/"));
-}
-
-void TestItems::domain_data()
-{
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<QString>("domain");
-    QTest::newRow("three labels") << "s3.amazonaws.com" << "amazonaws.com";
-    QTest::newRow("four labels") << "a.b.c.d" << "c.d";
-    QTest::newRow("bucket host") << "my.bucket.s3.amazonaws.com" << "amazonaws.com";
-    QTest::newRow("two labels") << "example.com" << "example.com";
-    QTest::newRow("no dot") << "localhost" << "localhost";
-    QTest::newRow("address") << "127.0.0.1" << "0.1";
-    QTest::newRow("empty") << "" << "";
-}
-
-void TestItems::domain()
-{
-    QFETCH(QString, host);
-    QFETCH(QString, domain);
-    QCOMPARE(S3Endpoint(host).domain(), domain);
-}
-
-void TestItems::explicitPortFollowsProtocol()
-{
-    const QSharedPointer<AbstractAccount> account = make(AbstractAccount::OtherS3Provider);
-    account->setProtocol(BrindleLib::ProtocolHttps);
-    account->setExplicitPort(8443);
-    QCOMPARE(account->port(BrindleLib::ProtocolHttps), 8443);
-    QCOMPARE(account->port(BrindleLib::ProtocolHttp), 80);
-    account->setProtocol(BrindleLib::ProtocolHttp);
-    account->setExplicitPort(9000);
-    QCOMPARE(account->port(BrindleLib::ProtocolHttp), 9000);
-    QCOMPARE(account->port(BrindleLib::ProtocolHttps), 8443);
-    account->setExplicitPort(0);
-    QCOMPARE(account->port(BrindleLib::ProtocolHttp), 80);
 }
 
 void TestItems::endpointFallsBackToStandard()
