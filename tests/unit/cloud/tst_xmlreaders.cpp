@@ -20,8 +20,6 @@ private Q_SLOTS:
     void ownerLookup();
     void ownerDisplayName_data();
     void ownerDisplayName();
-    void serviceList_data();
-    void serviceList();
     void copyResult_data();
     void copyResult();
 };
@@ -220,67 +218,6 @@ void TestXmlReaders::ownerDisplayName()
         readOwnerOf(account, "<Owner><ID>c0ffee</ID>" + element + "</Owner>", AbstractUser::NoUserType);
     QCOMPARE(owner, user);
     QCOMPARE(owner->displayName(), expected);
-}
-
-void TestXmlReaders::serviceList_data()
-{
-    QTest::addColumn<bool>("google");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QByteArray>("ownerId");
-    QTest::addColumn<QString>("ownerName");
-    QTest::addColumn<QStringList>("names");
-    QTest::addColumn<QList<QDateTime>>("dates");
-
-    QTest::newRow("aws") << false << recordedAnswer("service-aws.xml")
-                         << QByteArray("bcaf1ffd86f461ca5fb16fd081034f") << "webfile"
-                         << QStringList{"photo-archive", "My_Bucket"}
-                         << QList<QDateTime>{utc(2006, 2, 3, 16, 45, 9), utc(2006, 2, 3, 16, 41, 58)};
-    QTest::newRow("s3rver") << false << recordedAnswer("service-s3rver.xml")
-                            << QByteArray("123456789000") << "S3rver" << QStringList{"mirror"}
-                            << QList<QDateTime>{utc(2024, 1, 15, 9, 59, 58, 123)};
-    // Buckets ahead of the owner, as no store is bound to an order.
-    QTest::newRow("google, owner last")
-        << true
-        << QByteArray("<ListAllMyBucketsResult xmlns=\"http://doc.s3.amazonaws.com/2006-03-01\">"
-                      "<Buckets><Bucket><Name>gs-photos</Name><CreationDate>2012-07-01T10:00:00."
-                      "250Z</CreationDate></Bucket></Buckets><Owner><ID>00b4903a97d2b0d4d1</ID>"
-                      "</Owner></ListAllMyBucketsResult>")
-        << QByteArray("00b4903a97d2b0d4d1") << "" << QStringList{"gs-photos"}
-        << QList<QDateTime>{utc(2012, 7, 1, 10, 0, 0, 250)};
-}
-
-void TestXmlReaders::serviceList()
-{
-    QFETCH(bool, google);
-    QFETCH(QByteArray, body);
-    QFETCH(QByteArray, ownerId);
-    QFETCH(QString, ownerName);
-    QFETCH(QStringList, names);
-    QFETCH(QList<QDateTime>, dates);
-
-    const QSharedPointer<AbstractAccount> account = freshAccount(google);
-    GetServiceStreamReader reader(account, body);
-    reader.readDocument();
-    QVERIFY(reader.error().isNull());
-
-    const QSharedPointer<AbstractUser> owner = Driver::accountOwner(account);
-    QVERIFY(owner);
-    QCOMPARE(owner->id(), ownerId);
-    QCOMPARE(owner->displayName(), ownerName);
-    QCOMPARE(int(owner->userType()),
-             int(google ? AbstractUser::GroupById : AbstractUser::NoUserType));
-
-    QStringList readNames;
-    QList<QDateTime> readDates;
-    for (const QSharedPointer<AbstractBucket>& bucket : reader.buckets()) {
-        readNames << bucket->bucketName();
-        readDates << bucket->creationDate();
-        QCOMPARE(bucket->account(), account);
-        QCOMPARE(bucket->owner(), owner);
-        QCOMPARE(bucket->fileSystemType(), account->fileSystemType());
-    }
-    QCOMPARE(readNames, names);
-    QCOMPARE(readDates, dates);
 }
 
 void TestXmlReaders::copyResult_data()

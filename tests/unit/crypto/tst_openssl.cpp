@@ -74,14 +74,10 @@ void TestOpenSsl::keyDerivation_data()
     QTest::addColumn<QString>("password");
     QTest::addColumn<QByteArray>("salt");
     const QByteArray salt = QByteArray::fromHex("0123456789abcdef");
-    for (const char* option : global_cipherOptions) {
-        QTest::addRow("%s salted", option) << QString::fromLatin1(option) << QStringLiteral("secret") << salt;
-        QTest::addRow("%s no salt", option) << QString::fromLatin1(option) << QStringLiteral("secret") << QByteArray();
-    }
     // The key is derived from the UTF-8 bytes of the password.
     QTest::newRow("utf-8 password") << QStringLiteral("aes-256-cbc") << QStringLiteral("pässwörd ✓") << salt;
-    QTest::newRow("long password") << QStringLiteral("aes-128-ofb") << QString(200, QLatin1Char('x'))
-                                   << QByteArray::fromHex("ff00ff00ff00ff00");
+    QTest::newRow("long password, no salt") << QStringLiteral("aes-128-ofb") << QString(200, QLatin1Char('x'))
+                                            << QByteArray();
 }
 
 void TestOpenSsl::keyDerivation()

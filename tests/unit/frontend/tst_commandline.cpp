@@ -12,8 +12,6 @@ private Q_SLOTS:
     void rejectedArguments();
     void screens_data();
     void screens();
-    void helpScreenLines_data();
-    void helpScreenLines();
 
 private:
     QString m_existing;
@@ -141,40 +139,6 @@ void TestCommandLine::screens()
         QVERIFY(run.out.endsWith("# quorle s3://mybucket/documents/ /home/robin/documents/\n\n"));
     else
         QVERIFY(run.out.endsWith("This software is freeware, it comes with ABSOLUTELY NO WARRANTY of any kind.\n"));
-}
-
-void TestCommandLine::helpScreenLines_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("2") << 2 << "";
-    QTest::newRow("5") << 5 << "   --progress                 Show files and bytes done, rate and time left";
-    QTest::newRow("10") << 10 << "-t --threads                  Number of concurrent connections (default: 4)";
-    QTest::newRow("14") << 14 << "   --ca-file FILE             Also trust the CA certificates in FILE (PEM)";
-    QTest::newRow("18") << 18 << "   --signature-version 2|4    Signature version (default: 2, 4 if the store asks)";
-    QTest::newRow("20") << 20 << "-h --hidden-files             Include hidden files.";
-    QTest::newRow("32") << 32 << "-n --dry-run                  Show what the run would change and why;";
-    QTest::newRow("60") << 60 << "                              separator, not backslash (\\).";
-    QTest::newRow("61") << 61 << "";
-    QTest::newRow("63") << 63 << "   --rrs                      Use Reduced Redundancy Storage (Amazon S3 Only)";
-    QTest::newRow("64") << 64 << "   --multipart-threshold SIZE Upload files above SIZE in parts (default: 1G)";
-    QTest::newRow("87") << 87 << "                              aes-128-ofb  28 bit AES in OFB mode";
-    QTest::newRow("95") << 95 << "   --nosalt                   Don't use a salt in the key derivation routines. ";
-    QTest::newRow("102") << 102 << "                              (Amazon S3 Only)";
-    QTest::newRow("124") << 124 << "quorle -z -e aes-256-cbc /home/robin/documents/ s3://mybucket/documents/";
-    QTest::newRow("128") << 128 << "";
-}
-
-// 129 lines, each printed with its line feed in front.
-void TestCommandLine::helpScreenLines()
-{
-    QFETCH(int, number);
-    QFETCH(QString, line);
-    const ToolRun run = runTool({"--help"}, envWithKeys());
-    const QStringList lines = QString::fromUtf8(run.out).split('\n');
-    QCOMPARE(lines.size(), 129);
-    QCOMPARE(lines.first(), QString());
-    QCOMPARE(lines.at(number), line);
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)

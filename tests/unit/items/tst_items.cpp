@@ -167,30 +167,20 @@ void TestItems::isDnsCompatible_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("compatible");
     QTest::newRow("plain") << "mybucket" << true;
-    QTest::newRow("dots and dashes") << "my.bucket-2" << true;
-    QTest::newRow("three characters") << "abc" << true;
     QTest::newRow("two characters") << "ab" << false;
     QTest::newRow("63 characters") << QString(63, QLatin1Char('a')) << true;
     QTest::newRow("64 characters") << QString(64, QLatin1Char('a')) << false;
     QTest::newRow("capital") << "My_Bucket" << false;
-    QTest::newRow("capital only") << "Mybucket" << false;
     QTest::newRow("underscore") << "my_bucket" << false;
-    QTest::newRow("blank") << "my bucket" << false;
     QTest::newRow("non-ascii lower-case") << "b\u00fccket" << false;
     // The first character is checked for U+0001 only.
     QTest::newRow("leading dot") << ".bucket" << true;
-    QTest::newRow("leading dash") << "-bucket" << true;
     QTest::newRow("leading control") << "\u0001bucket" << false;
     QTest::newRow("trailing dash") << "bucket-" << false;
-    QTest::newRow("trailing dot") << "bucket." << true;
     QTest::newRow("dash dot") << "a-.b" << false;
     QTest::newRow("dot dash") << "a.-b" << false;
-    QTest::newRow("dot dot") << "a..b" << false;
-    QTest::newRow("dash dash") << "a--b" << true;
     QTest::newRow("ipv4") << "192.168.1.1" << false;
-    QTest::newRow("ipv4 edge") << "255.255.255.255" << false;
     QTest::newRow("not ipv4: 256") << "256.1.1.1" << true;
-    QTest::newRow("not ipv4: three groups") << "10.0.0" << true;
     QTest::newRow("not ipv4: five groups") << "1.2.3.4.5" << true;
 }
 
@@ -206,18 +196,12 @@ void TestItems::providerFromDomain_data()
     QTest::addColumn<QString>("host");
     QTest::addColumn<int>("provider");
     QTest::newRow("amazon") << "s3.amazonaws.com" << 0;
-    QTest::newRow("amazon bucket host") << "bucket.s3.amazonaws.com" << 0;
     QTest::newRow("suffix in capitals") << "BUCKET.S3.AMAZONAWS.COM" << 0;
     // The exact comparison is case-sensitive and the suffix needs its dot.
     QTest::newRow("host in capitals") << "S3.AMAZONAWS.COM" << 7;
     QTest::newRow("no dot before host") << "evils3.amazonaws.com" << 7;
     QTest::newRow("google") << "storage.googleapis.com" << 1;
-    QTest::newRow("google bucket host") << "b.storage.googleapis.com" << 1;
-    QTest::newRow("cloudian") << "s3.cloudian.com" << 3;
-    QTest::newRow("nifty") << "ncss.nifty.com" << 4;
-    QTest::newRow("greenqloud") << "s.greenqloud.com" << 6;
     QTest::newRow("loopback") << "127.0.0.1" << 7;
-    QTest::newRow("placeholder") << "s3.example.com" << 7;
     QTest::newRow("empty") << "" << 7;
 }
 
@@ -240,12 +224,6 @@ void TestItems::urlFromDisplayPath_data()
                                                << "http://s3.amazonaws.com/Bucket/dir/";
     QTest::newRow("underscore bucket") << "s3://my_bucket/a/b/" << "h.localhost" << 0
                                        << "http://h.localhost/my_bucket/a/b/";
-    QTest::newRow("bucket alone") << "s3://bucket/" << "" << 0
-                                  << "http://bucket.s3.amazonaws.com/";
-    QTest::newRow("bucket without slash") << "s3://bucket" << "" << 0
-                                          << "http://bucket.s3.amazonaws.com";
-    QTest::newRow("google default host") << "gs://b12/x" << "" << 0
-                                         << "http://b12.storage.googleapis.com/x";
     QTest::newRow("given endpoint") << "gs://b12/x" << "g.localhost" << 0
                                     << "http://b12.g.localhost/x";
     QTest::newRow("port argument") << "s3://bucket/x" << "127.0.0.1" << 9000
@@ -277,7 +255,6 @@ void TestItems::explicitPort_data()
     QTest::addColumn<int>("option");
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<int>("port");
-    QTest::newRow("none") << 0 << QStringList{"/tmp/a/", "s3://b/x/"} << 0;
     QTest::newRow("option") << 9000 << QStringList{"/tmp/a/", "s3://b/x/"} << 9000;
     QTest::newRow("destination path") << 9000 << QStringList{"/tmp/a/", "s3://b:8080/x/"}
                                       << 8080;
@@ -298,12 +275,8 @@ void TestItems::normalizeFolder_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("normalized");
     QTest::newRow("cloud without slash") << "s3://a/b" << "s3://a/b/";
-    QTest::newRow("cloud with slash") << "s3://a/b/" << "s3://a/b/";
-    QTest::newRow("bucket alone") << "s3://bucket" << "s3://bucket/";
     QTest::newRow("scheme in capitals") << "  GS://a " << "GS://a/";
-    QTest::newRow("https") << "https://h/b" << "https://h/b/";
     QTest::newRow("local") << " /home/robin " << "/home/robin/";
-    QTest::newRow("local with slash") << "/home/robin/" << "/home/robin/";
     QTest::newRow("relative") << "docs" << "docs/";
     QTest::newRow("empty") << "   " << "";
 }
@@ -375,14 +348,10 @@ void TestItems::cloudPathsResolve_data()
     const int file = AbstractItem::CloudFileItem;
     QTest::newRow("bucket") << 0 << "" << 0 << "s3://mybucket/" << bucket << "mybucket" << ""
                             << true;
-    QTest::newRow("bucket without slash") << 0 << "" << 0 << "s3://mybucket" << bucket
-                                          << "mybucket" << "" << true;
     QTest::newRow("deep folder") << 0 << "" << 0 << "s3://mybucket/a/b/" << folder << "mybucket"
                                  << "a/b/" << true;
     QTest::newRow("file") << 0 << "" << 0 << "s3://mybucket/a/f.txt" << file << "mybucket"
                           << "a/f.txt" << true;
-    QTest::newRow("top file") << 0 << "" << 0 << "s3://mybucket/f.txt" << file << "mybucket"
-                              << "f.txt" << true;
     QTest::newRow("path style") << 0 << "" << 0 << "S3://My_Bucket/dir/" << folder << "My_Bucket"
                                 << "dir/" << true;
     QTest::newRow("foreign bucket") << 0 << "" << 0 << "s3://elsewhere/x/" << folder
@@ -511,12 +480,6 @@ void TestItems::requestUrl_data()
 
     QTest::newRow("bucket, dns name") << "mybucket" << "" << false << 0 << ""
                                       << "http://mybucket.s3.amazonaws.com/";
-    QTest::newRow("bucket, path style") << "My_Bucket" << "" << false << 0 << ""
-                                        << "http://s3.amazonaws.com/My_Bucket/";
-    QTest::newRow("folder, dns name") << "mybucket" << "" << true << 0 << "dir/sub/"
-                                      << "https://mybucket.s3.amazonaws.com/dir/sub/";
-    QTest::newRow("file, dns name") << "mybucket" << "" << false << 0 << "dir/f.txt"
-                                    << "http://mybucket.s3.amazonaws.com/dir/f.txt";
     QTest::newRow("file, path style") << "My_Bucket" << "" << false << 0 << "dir/f.txt"
                                       << "http://s3.amazonaws.com/My_Bucket/dir/f.txt";
     QTest::newRow("blanks and reserved")
@@ -529,16 +492,12 @@ void TestItems::requestUrl_data()
                                    << "http://s3.amazonaws.com/My_Bucket/%C3%A9t%C3%A9/x%20y";
     QTest::newRow("http on 80") << "mybucket" << "h.localhost" << false << 80 << "k"
                                 << "http://mybucket.h.localhost/k";
-    QTest::newRow("https on 443") << "mybucket" << "h.localhost" << true << 443 << "k"
-                                  << "https://mybucket.h.localhost/k";
     QTest::newRow("http on 443") << "mybucket" << "h.localhost" << false << 443 << "k"
                                  << "http://mybucket.h.localhost:443/k";
     QTest::newRow("https on 80") << "mybucket" << "h.localhost" << true << 80 << "k"
                                  << "https://mybucket.h.localhost:80/k";
     QTest::newRow("other port, path style") << "B" << "127.0.0.1" << false << 9000 << "d/k"
                                             << "http://127.0.0.1:9000/B/d/k";
-    QTest::newRow("other port, bucket") << "B" << "127.0.0.1" << true << 8443 << ""
-                                        << "https://127.0.0.1:8443/B/";
 }
 
 void TestItems::requestUrl()
@@ -632,14 +591,8 @@ void TestItems::displayPath_data()
 
     QTest::newRow("amazon") << "s3" << "" << false << 0 << "mybucket" << "s3://mybucket/"
                             << "s3://mybucket/dir/";
-    QTest::newRow("amazon, path style") << "s3" << "" << false << 0 << "My_Bucket"
-                                        << "s3://My_Bucket/" << "s3://My_Bucket/dir/";
-    QTest::newRow("amazon region host") << "s3" << "s3-eu-west-1.amazonaws.com" << true << 0
-                                        << "mybucket" << "s3://mybucket/" << "s3://mybucket/dir/";
     QTest::newRow("amazon, other port") << "s3" << "" << true << 8443 << "mybucket"
                                         << "s3://mybucket:8443/" << "s3://mybucket:8443/dir/";
-    QTest::newRow("amazon, http on 443") << "s3" << "" << false << 443 << "mybucket"
-                                         << "s3://mybucket:443/" << "s3://mybucket:443/dir/";
     QTest::newRow("google") << "gs" << "" << false << 0 << "b12" << "gs://b12/" << "gs://b12/dir/";
     QTest::newRow("other store") << "s3" << "s3.localhost" << false << 9000 << "mybucket"
                                  << "http://mybucket.s3.localhost:9000/"
