@@ -299,10 +299,8 @@ void TestSyncPlanner::bytesText_data()
     QTest::addColumn<qint64>("bytes");
     QTest::addColumn<QString>("text");
     QTest::newRow("nothing") << qint64(0) << "0 B";
-    QTest::newRow("below a kilobyte") << qint64(999) << "999 B";
     QTest::newRow("a kilobyte") << qint64(1000) << "1.0 kB";
     QTest::newRow("rounds up to the next unit's value") << qint64(999999) << "1000.0 kB";
-    QTest::newRow("megabytes") << qint64(2500000) << "2.5 MB";
     QTest::newRow("beyond terabytes stays in TB") << qint64(4200000000000000) << "4200.0 TB";
 }
 
