@@ -45,10 +45,8 @@ void TestClientSideEncryption::algorithmFromString()
 void TestClientSideEncryption::algorithmFromStringRefuses_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::newRow("prefix") << "aes-256";
     QTest::newRow("empty") << "";
     QTest::newRow("trailing blank") << "aes-256-cbc ";
-    QTest::newRow("underscores") << "aes_256_cbc";
     QTest::newRow("metadata name") << "AES-256 (OpenSSL aes-256-cbc)";
     QTest::newRow("unsupported") << "aes-256-ecb";
 }
@@ -72,7 +70,6 @@ void TestClientSideEncryption::fromByteArray_data()
     const QByteArray b64 = iv.toBase64();
     QTest::newRow("full") << "gzip; AES-256 (OpenSSL aes-256-cbc); " + b64 << true << true << 8 << iv;
     QTest::newRow("gzip only") << QByteArray("gzip") << true << false << 8 << QByteArray();
-    QTest::newRow("gzip with blank") << QByteArray("gzip; ") << true << false << 8 << QByteArray();
     QTest::newRow("any case") << "GZIP;aes-128 (openssl AES-128-OFB) ;" + b64 << true << true << 18 << iv;
     QTest::newRow("older triple des") << "3DES (OpenSSL des_ede3_cfb); " + b64 << false << true << 4 << iv;
     QTest::newRow("older aes") << "AES-256 (OpenSSL aes_256_ofb); " + b64 << false << true << 20 << iv;

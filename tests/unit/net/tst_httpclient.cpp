@@ -88,8 +88,6 @@ private Q_SLOTS:
     void keepAliveReusesConnection();
     void responseOutcome_data();
     void responseOutcome();
-    void hostChange_data();
-    void hostChange();
     void chunkedBodySplitAnywhere_data();
     void chunkedBodySplitAnywhere();
     void expectContinue_data();
@@ -180,33 +178,6 @@ void TestHttpClient::responseOutcome()
     QCOMPARE(rec.heads.size(), code == HttpClient::InvalidResponseHeader ? 0 : 1);
     QVERIFY(QTest::qWaitFor([&] { return int(client.state()) == stateAfter; }, 2000));
     QVERIFY(server.received().endsWith("\r\n\r\nin memory"));
-}
-
-void TestHttpClient::hostChange_data()
-{
-    QTest::addColumn<bool>("otherServer");
-    QTest::newRow("same host again keeps the connection") << false;
-    QTest::newRow("other host opens a new one") << true;
-}
-
-void TestHttpClient::hostChange()
-{
-    QFETCH(bool, otherServer);
-    ScriptedServer first(answerEach(global_ok5));
-    ScriptedServer second(answerEach(global_ok5));
-    HttpClient client;
-    Recorder rec(client);
-    client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp, first.port());
-    client.request(get("/1"));
-    QVERIFY(rec.waitFinished(2));
-    client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp,
-                   otherServer ? second.port() : first.port());
-    client.request(get("/2"));
-    QVERIFY(rec.waitFinished(4));
-    QCOMPARE(first.connections(), 1);
-    QCOMPARE(second.connections(), otherServer ? 1 : 0);
-    QCOMPARE(rec.body, QByteArray());
-    QCOMPARE(rec.bodies.value(rec.finished.last().first), QByteArray("hello"));
 }
 
 static const QByteArray global_chunkedResponse =

@@ -78,8 +78,6 @@ void TestShellOperations::deleteWalkStructure_data()
     QTest::addColumn<QStringList>("folders");
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("files only") << QStringList() << QStringList{"a", "c", "b"}
-                                << "F:/r/c F:/r/b F:/r/a *V:/r";
     QTest::newRow("empty folders, leaves first")
         << QStringList{"x", "x/y", "x/y/z", "w"} << QStringList()
         << "V:/r/w C:/r/x[C:/r/x/y[V:/r/x/y/z *V:/r/x/y] *V:/r/x] *V:/r";
