@@ -45,7 +45,6 @@ private Q_SLOTS:
     void versionQueryMakesOldVersion();
     void requestUrl_data();
     void requestUrl();
-    void pathStyleOnRequest();
     void canonicalName();
     void versionQuery();
     void cachedUrlFollowsVersion();
@@ -479,14 +478,6 @@ void TestItems::requestUrl_data()
                                       << "http://mybucket.s3.amazonaws.com/";
     QTest::newRow("file, path style") << "My_Bucket" << "" << false << 0 << "dir/f.txt"
                                       << "http://s3.amazonaws.com/My_Bucket/dir/f.txt";
-    QTest::newRow("blanks and reserved")
-        << "mybucket" << "" << false << 0 << "a b/c+d&e=f?g#h%i;j,k:l@m!n'o(p)q*r~s.t_u-v"
-        << "http://mybucket.s3.amazonaws.com/a%20b/c%2Bd%26e%3Df%3Fg%23h%25i%3Bj%2Ck%3Al%40m%21n%"
-           "27o%28p%29q%2Ar~s.t_u-v";
-    QTest::newRow("encoded-looking key") << "mybucket" << "" << false << 0 << "my%20dir/x"
-                                         << "http://mybucket.s3.amazonaws.com/my%2520dir/x";
-    QTest::newRow("non-ascii key") << "My_Bucket" << "" << false << 0 << "\u00e9t\u00e9/x y"
-                                   << "http://s3.amazonaws.com/My_Bucket/%C3%A9t%C3%A9/x%20y";
     QTest::newRow("http on 80") << "mybucket" << "h.localhost" << false << 80 << "k"
                                 << "http://mybucket.h.localhost/k";
     QTest::newRow("http on 443") << "mybucket" << "h.localhost" << false << 443 << "k"
@@ -515,15 +506,6 @@ void TestItems::requestUrl()
     QCOMPARE(encoded(item->url()), url);
     // The encoded path stays what was built, byte for byte, once read back.
     QCOMPARE(QUrl::fromEncoded(item->url().toEncoded(), QUrl::StrictMode), item->url());
-}
-
-void TestItems::pathStyleOnRequest()
-{
-    const QSharedPointer<AbstractAccount> owner = account("s3", "", false, 0);
-    owner->setRequestStyle(BrindleLib::RequestStylePath);
-    const auto root = bucket(owner, QStringLiteral("mybucket"));
-    QCOMPARE(encoded(file(root, QStringLiteral("k"))->url()),
-             QStringLiteral("http://s3.amazonaws.com/mybucket/k"));
 }
 
 void TestItems::canonicalName()

@@ -174,10 +174,6 @@ void TestSyncPlanner::plan_data()
         << mixedSource << false << mixedDestination << int(SyncJob::DontAdd | SyncJob::DontDelete)
         << QStringList{"replace bigger (size differs)", "compare older (content to compare)",
                        "compare same (content to compare)"};
-    QTest::newRow("all three: nothing changes")
-        << mixedSource << false << mixedDestination
-        << int(SyncJob::DontAdd | SyncJob::DontDelete | SyncJob::DontReplace)
-        << QStringList{"keep bigger (--dont-replace)", "keep older (--dont-replace)", "keep same (--dont-replace)"};
     QTest::newRow("a file and a folder of one name are no twins")
         << QStringList{"x"} << false << QStringList{"x/inside"} << none
         << QStringList{"copy x (not in the destination)", "delete-folder x (not in the source)"};
