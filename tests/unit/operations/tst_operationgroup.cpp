@@ -128,8 +128,6 @@ void TestOperationGroup::webRetryDecision_data()
     QTest::newRow("400 IncompleteBody") << serviceError("IncompleteBody") << QByteArray("HTTP/1.1 400 Bad") << true;
     QTest::newRow("400 InvalidBucketName") << serviceError("InvalidBucketName") << QByteArray("HTTP/1.1 400 Bad") << false;
     QTest::newRow("403 AccessDenied") << serviceError("AccessDenied") << QByteArray("HTTP/1.1 403 Forbidden") << false;
-    QTest::newRow("500 anything") << serviceError("InternalError") << QByteArray("HTTP/1.1 500 Oops") << true;
-    QTest::newRow("503 SlowDown") << serviceError("SlowDown") << QByteArray("HTTP/1.1 503 Busy") << true;
     QTest::newRow("503 other") << serviceError("Other") << QByteArray("HTTP/1.1 503 Busy") << false;
 }
 
