@@ -27,7 +27,6 @@ private Q_SLOTS:
     void download();
     void downloadChecksum_data();
     void downloadChecksum();
-    void unwritableTargetIsNotRetried();
 };
 
 namespace {
@@ -229,20 +228,6 @@ void TestTransfer::downloadChecksum()
     QCOMPARE(op->error().message(), message);
     QCOMPARE(store.heads.size(), 1);
     QCOMPARE(readFile(dir.path() + "/c.txt"), QByteArray("checked body"));
-}
-
-// A target that can't be opened fails at once, before any byte is taken,
-// whoever runs the test (root ignores permissions, not a missing folder).
-void TestTransfer::unwritableTargetIsNotRetried()
-{
-    FakeStore store({httpAnswer(200, "OK", "data")});
-    QTemporaryDir dir;
-    QScopedPointer<ShellCopyFileOperation> op(
-        copy(loopbackObject(store.port(), "x"), localFolderAt(dir.path() + "/gone")));
-    QVERIFY(runShell(op.data(), 1));
-    QVERIFY(!op->error().isNull());
-    QCOMPARE(op->error().message(), QStringLiteral("No such file or directory"));
-    QCOMPARE(store.heads.size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestTransfer)
