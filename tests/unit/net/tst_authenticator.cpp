@@ -77,7 +77,6 @@ private Q_SLOTS:
     void ntlmExchangePhases();
     void strongestSchemeWins_data();
     void strongestSchemeWins();
-    void basicResponse();
     void digestRefusalAndStaleNonce();
     void challengeOptions();
 };
@@ -250,21 +249,6 @@ void TestAuthenticator::strongestSchemeWins()
         QVERIFY(auth.realm().isEmpty());
     else if (method != Authenticator::Ntlm)
         QCOMPARE(auth.realm(), QString("r"));
-}
-
-void TestAuthenticator::basicResponse()
-{
-    Authenticator auth;
-    QVERIFY(auth.isNull());
-    auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: Basic realm=\"q\"" }), true);
-    // Nothing to offer without a user.
-    QCOMPARE(auth.phase(), Authenticator::Done);
-
-    auth.setUser("Aladdin");
-    auth.setPassword("open sesame");
-    QCOMPARE(auth.phase(), Authenticator::Start);
-    QCOMPARE(auth.calculateResponse("GET", "/"), QByteArray("Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ=="));
-    QCOMPARE(auth.phase(), Authenticator::Done);
 }
 
 void TestAuthenticator::digestRefusalAndStaleNonce()
