@@ -223,10 +223,6 @@ void TestItems::urlFromDisplayPath_data()
                                                << "http://s3.amazonaws.com/Bucket/dir/";
     QTest::newRow("underscore bucket") << "s3://my_bucket/a/b/" << "h.localhost" << 0
                                        << "http://h.localhost/my_bucket/a/b/";
-    QTest::newRow("given endpoint") << "gs://b12/x" << "g.localhost" << 0
-                                    << "http://b12.g.localhost/x";
-    QTest::newRow("port argument") << "s3://bucket/x" << "127.0.0.1" << 9000
-                                   << "http://bucket.127.0.0.1:9000/x";
     QTest::newRow("port in path wins") << "s3://bucket:8080/x" << "" << 9000
                                        << "http://bucket.s3.amazonaws.com:8080/x";
     QTest::newRow("port in path, path style") << "s3://B:8080/x" << "127.0.0.1" << 0
@@ -254,7 +250,6 @@ void TestItems::explicitPort_data()
     QTest::addColumn<int>("option");
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<int>("port");
-    QTest::newRow("option") << 9000 << QStringList{"/tmp/a/", "s3://b/x/"} << 9000;
     QTest::newRow("destination path") << 9000 << QStringList{"/tmp/a/", "s3://b:8080/x/"}
                                       << 8080;
     QTest::newRow("source path first") << 0 << QStringList{"gs://b:81/", "s3://b:8080/x/"} << 81;
