@@ -2,8 +2,6 @@
 #include <QRegularExpression>
 #include <QtTest>
 
-#include "cipheroptions.h"
-
 #include "crypto/openssl.h"
 #include "crypto/opensslloader.h"
 

@@ -19,7 +19,6 @@ class TestWebHandler : public QObject
 private Q_SLOTS:
     void initTestCase();
     void signedRequestAndItsLog();
-    void transportFailureIsANetworkError();
     void connectionFollowsHost_data();
     void connectionFollowsHost();
     void downloadProgress_data();
@@ -43,13 +42,6 @@ QSharedPointer<AbstractCloudFile> loopbackFile(int port, const QString& key)
         Driver::createBucketItem(QStringLiteral("johnsmith"), QDateTime(), loopbackAccount(port));
     return Driver::createFile(key, 0, QDateTime(), QByteArray(), bucket, true, QByteArray(),
                               QSharedPointer<AbstractUser>(), StorageDirective::StandardStorage);
-}
-
-int closedPort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost, 0);
-    return server.serverPort();
 }
 
 // Runs op alone on a handler of the calling thread, as a shell's child.
@@ -122,19 +114,6 @@ void TestWebHandler::signedRequestAndItsLog()
         from = at + part.size();
     }
     QVERIFY(!log.contains(global_secretKey));
-}
-
-void TestWebHandler::transportFailureIsANetworkError()
-{
-    auto* op = new TestObjectOperation(nullptr, loopbackFile(closedPort(), QStringLiteral("k")));
-    ListShellOperation root({op});
-    QVERIFY(runShell(&root, 1, nullptr, true));
-    const OpError error = root.error();
-    QCOMPARE(error.type(), OpError::NetworkError);
-    QCOMPARE(error.code(), QString::number(int(HttpClient::ConnectionRefused)));
-    QVERIFY2(error.message().startsWith(QLatin1String("Operation: List shell\n\n")), qPrintable(error.message()));
-    // Sent nine times in all, each failure logged.
-    QCOMPARE(root.log().count("HTTP Error : (3) "), 9);
 }
 
 void TestWebHandler::connectionFollowsHost_data()
