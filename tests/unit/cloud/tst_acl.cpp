@@ -22,7 +22,6 @@ private Q_SLOTS:
     void googleEntries();
     void canned_data();
     void canned();
-    void cannedWords();
     void putRequest_data();
     void putRequest();
     void getAnswer_data();
@@ -99,8 +98,6 @@ void TestAcl::s3Grants_data()
     QTest::newRow("three of four: one grant each") << 1 << QByteArray("c0ffee03") << 13
                                                    << QStringList{"READ", "READ_ACP", "WRITE_ACP"};
     QTest::newRow("everybody by URI") << int(AbstractUser::AllUsers) << QByteArray() << 1 << QStringList{"READ"};
-    QTest::newRow("signed-in users by URI")
-        << int(AbstractUser::AllAuthenticatedUsers) << QByteArray() << 4 << QStringList{"READ_ACP"};
     QTest::newRow("another group by URI") << int(AbstractUser::GroupByUri)
                                           << QByteArray("http://acs.amazonaws.com/groups/s3/LogDelivery") << 2
                                           << QStringList{"WRITE"};
@@ -213,8 +210,7 @@ void TestAcl::canned_data()
         QTest::newRow(p + "owner without all rights") << provider << 0 << 0 << 7 << 0;
         QTest::newRow(p + "everybody reads") << provider << all << 1 << 15 << int(AbstractAcl::PublicReadAcl);
         QTest::newRow(p + "everybody writes") << provider << all << 3 << 15 << int(AbstractAcl::PublicReadWriteAcl);
-        QTest::newRow(p + "signed-in users read") << provider << signedIn << 1 << 15
-                                                  << int(AbstractAcl::AuthenticatedReadAcl);
+        QTest::newRow(p + "signed-in users read") << provider << signedIn << 1 << 15 << int(AbstractAcl::AuthenticatedReadAcl);
         QTest::newRow(p + "everybody reads the ACL too") << provider << all << 5 << 15 << 0;
         QTest::newRow(p + "another user") << provider << -1 << 1 << 15 << 0;
     }
@@ -249,21 +245,6 @@ void TestAcl::canned()
         QCOMPARE(int(reread(acl)->canned()), canned);
 }
 
-void TestAcl::cannedWords()
-{
-    const QList<QByteArray> words = {"",
-                                     "private",
-                                     "public-read",
-                                     "public-read-write",
-                                     "authenticated-read",
-                                     "project-private",
-                                     "bucket-owner-read",
-                                     "bucket-owner-full-control",
-                                     ""};
-    for (int value = 0; value < words.size(); ++value)
-        QCOMPARE(AbstractAcl::cannedToByteArray(AbstractAcl::Canned(value)), words.at(value));
-}
-
 void TestAcl::putRequest_data()
 {
     QTest::addColumn<int>("provider");
@@ -274,8 +255,6 @@ void TestAcl::putRequest_data()
 
     QTest::newRow("S3 canned") << int(AbstractAccount::AmazonS3Provider) << false << QByteArray() << QByteArray("x-amz-acl")
                                << "acl";
-    QTest::newRow("Nifty canned") << int(AbstractAccount::NiftyProvider) << false << QByteArray()
-                                  << QByteArray("x-nifty-acl") << "acl";
     QTest::newRow("Google canned") << int(AbstractAccount::GoogleStorageProvider) << false << QByteArray()
                                    << QByteArray("x-goog-acl") << "acl";
     QTest::newRow("S3 custom, a version") << int(AbstractAccount::AmazonS3Provider) << true << QByteArray("v1")

@@ -16,8 +16,6 @@ class TestRequestSigning : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void publishedSignatures_data();
-    void publishedSignatures();
     void publishedExamplesThroughOperations_data();
     void publishedExamplesThroughOperations();
     void signedResourceIsTheWirePath_data();
@@ -108,43 +106,6 @@ void TestRequestSigning::initTestCase()
     // A skewed clock makes the retry policy measure the time: never against
     // a real server from here.
     qputenv("QUORLE_TIME_REFERENCE", "127.0.0.1:1");
-}
-
-void TestRequestSigning::publishedSignatures_data()
-{
-    QTest::addColumn<QByteArray>("stringToSign");
-    QTest::addColumn<QByteArray>("signature");
-    QTest::newRow("object GET") << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:36:42 +0000\n/johnsmith/photos/puppy.jpg")
-                                << QByteArray("bWq2s1WEIj+Ydj0vQ697zp+IXMU=");
-    QTest::newRow("object GET, newer guide")
-        << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:36:42 +0000\n/awsexamplebucket1/photos/puppy.jpg")
-        << QByteArray("qgk2+6Sv9/oM7G3qLEjTH1a1l1g=");
-    QTest::newRow("object PUT")
-        << QByteArray("PUT\n\nimage/jpeg\nTue, 27 Mar 2007 21:15:45 +0000\n/johnsmith/photos/puppy.jpg")
-        << QByteArray("MyyxeRY7whkBe+bq8fHCL/2kKUg=");
-    QTest::newRow("list") << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:42:41 +0000\n/johnsmith/")
-                          << QByteArray("htDYFYduRNen8P9ZfE/s9SuKy0U=");
-    QTest::newRow("fetch acl") << QByteArray("GET\n\n\nTue, 27 Mar 2007 19:44:46 +0000\n/johnsmith/?acl")
-                               << QByteArray("c2WLPFtWHVgbEmeEG93a4cG37dM=");
-    QTest::newRow("upload with provider headers")
-        << QByteArray("PUT\n4gJE4saaMU4BqNR0kLY+lw==\napplication/x-download\nTue, 27 Mar 2007 21:06:08 +0000\n"
-                      "x-amz-acl:public-read\nx-amz-meta-checksumalgorithm:crc32\n"
-                      "x-amz-meta-filechecksum:0x02661779\n"
-                      "x-amz-meta-reviewedby:joe@johnsmith.net,jane@johnsmith.net\n"
-                      "/static.johnsmith.net/db-backup.dat.gz")
-        << QByteArray("ilyl83RwaSoYIEdixDQcA4OnAnc=");
-    QTest::newRow("list all buckets") << QByteArray("GET\n\n\nWed, 28 Mar 2007 01:29:59 +0000\n/")
-                                      << QByteArray("qGdzdERIC03wnaRNKh6OqZehG9s=");
-    QTest::newRow("unicode keys")
-        << QByteArray("GET\n\n\nWed, 28 Mar 2007 01:49:49 +0000\n/dictionary/fran%C3%A7ais/pr%c3%a9f%c3%a8re")
-        << QByteArray("DNEZGsoieTZ92F3bUfSPQcbGmlM=");
-}
-
-void TestRequestSigning::publishedSignatures()
-{
-    QFETCH(QByteArray, stringToSign);
-    QFETCH(QByteArray, signature);
-    QCOMPARE(AbstractCloudStorageOperation::HMACSha1(stringToSign, global_secretKey).toBase64(), signature);
 }
 
 void TestRequestSigning::publishedExamplesThroughOperations_data()
@@ -263,9 +224,6 @@ void TestRequestSigning::signedResourceIsTheWirePath_data()
                                              << QByteArray("/MyBucket/a/b.txt");
     QTest::newRow("path-style account") << "johnsmith" << "x" << true << QByteArray() << host
                                         << QByteArray("/johnsmith/x") << QByteArray("/johnsmith/x");
-    QTest::newRow("blanks") << "johnsmith" << "my documents/a b.txt" << false << QByteArray()
-                            << "johnsmith." + host << QByteArray("/my%20documents/a%20b.txt")
-                            << QByteArray("/johnsmith/my%20documents/a%20b.txt");
     QTest::newRow("reserved characters")
         << "johnsmith" << "r&d/c++ 50%;x=1,y?z#w!*'()[]@$:" << false << QByteArray() << "johnsmith." + host
         << QByteArray("/r%26d/c%2B%2B%2050%25%3Bx%3D1%2Cy%3Fz%23w%21%2A%27%28%29%5B%5D%40%24%3A")
@@ -282,9 +240,6 @@ void TestRequestSigning::signedResourceIsTheWirePath_data()
                                    << "johnsmith." + host
                                    << QByteArray("/a%20b?versionId=3%2FL4kqtJlcpXroDTDmJ%2BrmSpXd3dIbrHY%2BMTRCxf3vjVBH40Nr8X8gdRQBpUMLUo")
                                    << QByteArray("/johnsmith/a%20b?versionId=3%2FL4kqtJlcpXroDTDmJ%2BrmSpXd3dIbrHY%2BMTRCxf3vjVBH40Nr8X8gdRQBpUMLUo");
-    QTest::newRow("older version, path style") << "Bucket" << "k" << false << QByteArray("v1=")
-                                               << host << QByteArray("/Bucket/k?versionId=v1%3D")
-                                               << QByteArray("/Bucket/k?versionId=v1%3D");
 }
 
 void TestRequestSigning::signedResourceIsTheWirePath()
@@ -344,8 +299,6 @@ void TestRequestSigning::canonicalizedAmzHeaders_data()
         << amazon << fieldList({{"X-Amz-Meta-A", "1"}}) << QByteArrayList();
     QTest::newRow("value kept as it is") << amazon << fieldList({{"x-amz-meta-a", " two  blanks "}})
                                          << QByteArrayList({"x-amz-meta-a: two  blanks "});
-    QTest::newRow("another provider's prefix")
-        << amazon << fieldList({{"x-goog-acl", "private"}}) << QByteArrayList();
     QTest::newRow("google prefix") << int(AbstractAccount::GoogleStorageProvider)
                                    << fieldList({{"x-goog-acl", "private"}, {"x-amz-acl", "private"}})
                                    << QByteArrayList({"x-goog-acl:private"});
@@ -440,7 +393,6 @@ void TestRequestSigning::dateTextIsEnglishGmt_data()
 {
     QTest::addColumn<QDateTime>("moment");
     QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("utc") << utc(27, 19, 36, 42) << QByteArray("Tue, 27 Mar 2007 19:36:42 GMT");
     QTest::newRow("two hours east") << QDateTime(QDate(2007, 3, 28), QTime(1, 5, 9), Qt::OffsetFromUTC, 7200)
                                     << QByteArray("Tue, 27 Mar 2007 23:05:09 GMT");
 }
@@ -474,8 +426,6 @@ void TestRequestSigning::judgementOfAnswer_data()
     const int none = OpError::NoError;
     const int service = OpError::ServiceError;
 
-    QTest::newRow("200") << "HTTP/1.1 200 OK\r\n" + xml << document << none << QString() << QString()
-                         << QString() << QString() << false;
     QTest::newRow("404 left to the operation") << "HTTP/1.1 404 Not Found\r\n" + xml << document << none
                                                << QString() << QString() << QString() << QString() << false;
     QTest::newRow("503 with error document")

@@ -148,10 +148,8 @@ void TestSignatureV4::canonicalQuery_data()
     QTest::newRow("leading empty item") << "&prefix=dir/sub/&max-keys=1000" << QByteArray("max-keys=1000&prefix=dir%2Fsub%2F");
     QTest::newRow("blank, plus, percent, question")
         << "prefix=a%20b%2Bc%25d%3Fe" << QByteArray("prefix=a%20b%2Bc%25d%3Fe");
-    QTest::newRow("unicode") << "marker=%C3%A9t%C3%A9" << QByteArray("marker=%C3%A9t%C3%A9");
     QTest::newRow("sub-delimiters left bare by the address")
         << "prefix=a*b!c'(d)" << QByteArray("prefix=a%2Ab%21c%27%28d%29");
-    QTest::newRow("multipart words") << "uploadId=x~y&partNumber=2" << QByteArray("partNumber=2&uploadId=x~y");
     QTest::newRow("same name twice sorts by value") << "a=2&a=1" << QByteArray("a=1&a=2");
 }
 

@@ -61,7 +61,6 @@ void TestMultipart::parseSize_data()
     QTest::addColumn<qint64>("size");
 
     QTest::newRow("bytes") << "5242880" << 5 * mib;
-    QTest::newRow("K") << "64K" << 64 * Q_INT64_C(1024);
     QTest::newRow("M") << "64M" << 64 * mib;
     QTest::newRow("lower-case g") << "5g" << 5 * gib;
     QTest::newRow("T beyond 32 bits") << "2T" << 2 * tib;
@@ -70,10 +69,7 @@ void TestMultipart::parseSize_data()
     QTest::newRow("empty") << "" << qint64(-1);
     QTest::newRow("unit alone") << "M" << qint64(-1);
     QTest::newRow("negative") << "-64M" << qint64(-1);
-    QTest::newRow("plus sign") << "+64M" << qint64(-1);
-    QTest::newRow("two letters") << "64MB" << qint64(-1);
     QTest::newRow("decimal") << "1.5G" << qint64(-1);
-    QTest::newRow("hexadecimal") << "0x10M" << qint64(-1);
 }
 
 void TestMultipart::parseSize()

@@ -12,16 +12,10 @@ class TestLocalItems : public QObject
 private Q_SLOTS:
     void concatPath_data();
     void concatPath();
-    void childPathsAndNames();
-    void rootFolderDisplaysWholePath();
     void nameSharesPathStorage_data();
     void nameSharesPathStorage();
     void fileKeepsParentChainAlive();
-    void rootItemIsTheDrive();
-    void driveChildHangsOnDriveCopy();
     void acceptCopyFrom();
-    void refreshSizeReadsFileSystem();
-    void myComputerCloneKeepsName();
 };
 
 namespace {
@@ -55,9 +49,7 @@ void TestLocalItems::concatPath_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("joined");
     QTest::newRow("root") << QChar('/') << "/" << "a" << "/a";
-    QTest::newRow("plain") << QChar('/') << "/home" << "a" << "/home/a";
     QTest::newRow("trailing delimiter") << QChar('/') << "/home/" << "a" << "/home/a";
-    QTest::newRow("other delimiter") << QChar('\\') << "C:\\x" << "a" << "C:\\x\\a";
     QTest::newRow("foreign trailing") << QChar('\\') << "/x/" << "a" << "/x/\\a";
     QTest::newRow("empty path") << QChar('/') << "" << "a" << "/a";
 }
@@ -71,37 +63,12 @@ void TestLocalItems::concatPath()
     QCOMPARE(AbstractLocalContainer::concatPath(delimiter, path, name), joined);
 }
 
-void TestLocalItems::childPathsAndNames()
-{
-    const auto home = folderUnder(rootDrive(), QStringLiteral("home"));
-    const auto robin = folderUnder(home, QStringLiteral("robin"));
-    LocalFile file(robin, QStringLiteral("notes.txt"));
-
-    QCOMPARE(home->path(), QStringLiteral("/home"));
-    QCOMPARE(robin->path(), QStringLiteral("/home/robin"));
-    QCOMPARE(robin->name(), QStringLiteral("robin"));
-    QCOMPARE(robin->displayName(), QStringLiteral("robin"));
-    QCOMPARE(robin->delimiter(), QChar('/'));
-    QCOMPARE(file.path(), QStringLiteral("/home/robin/notes.txt"));
-    QCOMPARE(file.name(), QStringLiteral("notes.txt"));
-    QCOMPARE(file.url(), QUrl(QStringLiteral("file:///home/robin/notes.txt")));
-    QVERIFY(!file.lastModified().isValid());
-}
-
-void TestLocalItems::rootFolderDisplaysWholePath()
-{
-    LocalFolder root(rootDrive(), QStringLiteral("/"), 0);
-    QCOMPARE(root.displayName(), QStringLiteral("/"));
-    QCOMPARE(root.name(), QString());
-}
-
 void TestLocalItems::nameSharesPathStorage_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("ascii") << "report.pdf";
     // A division slash looks like the delimiter but is a character of the name.
     QTest::newRow("delimiter look-alike") << QString::fromUtf8("a\u2215b.txt");
-    QTest::newRow("one character") << "x";
 }
 
 void TestLocalItems::nameSharesPathStorage()
@@ -147,35 +114,6 @@ void TestLocalItems::fileKeepsParentChainAlive()
     QVERIFY(weakDrive.isNull());
 }
 
-void TestLocalItems::rootItemIsTheDrive()
-{
-    const auto drive = rootDrive();
-    const auto deep = folderUnder(folderUnder(folderUnder(drive, "x"), "y"), "z");
-    LocalFile file(deep, QStringLiteral("f"));
-    LocalFile top(drive, QStringLiteral("g"));
-
-    QCOMPARE(deep->rootItem().data(), drive.data());
-    QCOMPARE(file.rootItem().data(), drive.data());
-    QCOMPARE(top.rootItem().data(), drive.data());
-    QCOMPARE(drive->rootItem()->itemType(), AbstractItem::DriveItem);
-    QVERIFY(drive->rootItem().data() != drive.data());
-}
-
-void TestLocalItems::driveChildHangsOnDriveCopy()
-{
-    Drive drive(QLatin1Char('/'), QStringLiteral("/media/usb"), QSharedPointer<MyComputer>());
-    drive.setShortcut(true);
-    QScopedPointer<LocalFile> file(drive.childFile(QStringLiteral("a.txt")));
-    QScopedPointer<LocalFolder> folder(drive.childContainer(QStringLiteral("dir")));
-
-    QCOMPARE(file->path(), QStringLiteral("/media/usb/a.txt"));
-    QCOMPARE(folder->path(), QStringLiteral("/media/usb/dir"));
-    const auto parent = file->parent().staticCast<Drive>();
-    QVERIFY(parent.data() != &drive);
-    QVERIFY(parent->isShortcut());
-    QCOMPARE(parent->url(), drive.url());
-}
-
 void TestLocalItems::acceptCopyFrom()
 {
     const auto drive = rootDrive();
@@ -202,35 +140,6 @@ void TestLocalItems::acceptCopyFrom()
 
     ReadOnlyFolder readOnly(drive, QStringLiteral("ro"));
     QVERIFY(!readOnly.acceptCopyFrom(outsideFile));
-}
-
-void TestLocalItems::refreshSizeReadsFileSystem()
-{
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    QFile out(dir.filePath(QStringLiteral("five")));
-    QVERIFY(out.open(QIODevice::WriteOnly));
-    out.write("12345");
-    out.close();
-
-    const auto drive = rootDrive();
-    const auto folder = QSharedPointer<LocalFolder>::create(drive, dir.path(),
-                                                            QFileInfo(dir.path()).fileName().size());
-    LocalFile file(folder, QStringLiteral("five"));
-    file.refreshSize();
-    QCOMPARE(file.size(), qint64(5));
-}
-
-void TestLocalItems::myComputerCloneKeepsName()
-{
-    MyComputer computer;
-    computer.setDisplayName(QStringLiteral("box"));
-    const QSharedPointer<AbstractItem> copy = computer.clone();
-    computer.setDisplayName(QStringLiteral("other"));
-    QCOMPARE(copy->displayName(), QStringLiteral("box"));
-    QCOMPARE(copy->itemType(), AbstractItem::MyComputerItem);
-    // Its scheme holds a "_", which QUrl refuses: no drive can ever equal it.
-    QVERIFY(copy->url() != rootDrive()->url());
 }
 
 QTEST_GUILESS_MAIN(TestLocalItems)

@@ -77,7 +77,6 @@ private Q_SLOTS:
     void ntlmExchangePhases();
     void strongestSchemeWins_data();
     void strongestSchemeWins();
-    void basicResponse();
     void digestRefusalAndStaleNonce();
     void challengeOptions();
 };
@@ -208,9 +207,6 @@ void TestAuthenticator::strongestSchemeWins_data()
     QTest::addColumn<bool>("proxy");
     QTest::addColumn<int>("method");
     QTest::addColumn<int>("phase");
-    QTest::newRow("basic only")
-        << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"" } << true
-        << int(Authenticator::Basic) << int(Authenticator::Start);
     QTest::newRow("digest after basic")
         << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"",
                               "proxy-authenticate: Digest realm=\"r\", nonce=\"n\"" }
@@ -253,27 +249,6 @@ void TestAuthenticator::strongestSchemeWins()
         QVERIFY(auth.realm().isEmpty());
     else if (method != Authenticator::Ntlm)
         QCOMPARE(auth.realm(), QString("r"));
-}
-
-void TestAuthenticator::basicResponse()
-{
-    Authenticator auth;
-    QVERIFY(auth.isNull());
-    auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: Basic realm=\"q\"" }), true);
-    // Nothing to offer without a user.
-    QCOMPARE(auth.phase(), Authenticator::Done);
-
-    auth.setUser("Aladdin");
-    auth.setPassword("open sesame");
-    QCOMPARE(auth.phase(), Authenticator::Start);
-    QCOMPARE(auth.calculateResponse("GET", "/"), QByteArray("Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ=="));
-    QCOMPARE(auth.phase(), Authenticator::Done);
-
-    Authenticator copy = auth;
-    QVERIFY(copy == auth);
-    copy.setPassword("other");
-    QVERIFY(copy != auth);
-    QCOMPARE(auth.password(), QString("open sesame"));
 }
 
 void TestAuthenticator::digestRefusalAndStaleNonce()

@@ -1,4 +1,5 @@
 #include <QBuffer>
+#include <QNetworkProxy>
 #include <QtTest>
 
 #include "net/httpclient.h"
@@ -87,13 +88,10 @@ private Q_SLOTS:
     void keepAliveReusesConnection();
     void responseOutcome_data();
     void responseOutcome();
-    void hostChange_data();
-    void hostChange();
     void chunkedBodySplitAnywhere_data();
     void chunkedBodySplitAnywhere();
     void expectContinue_data();
     void expectContinue();
-    void uploadFromDevicePumpsWholeBody();
     void brokenSendIsResent_data();
     void brokenSendIsResent();
     void silentServerTimesOut();
@@ -103,6 +101,8 @@ private Q_SLOTS:
     void failureDropsQueuedRequests();
     void abortDuringResponse();
     void abortInsideSuccessfulFinish();
+    void proxyRefusingCredentialsEndsTheRequest_data();
+    void proxyRefusingCredentialsEndsTheRequest();
 };
 
 void TestHttpClient::keepAliveReusesConnection()
@@ -178,33 +178,6 @@ void TestHttpClient::responseOutcome()
     QCOMPARE(rec.heads.size(), code == HttpClient::InvalidResponseHeader ? 0 : 1);
     QVERIFY(QTest::qWaitFor([&] { return int(client.state()) == stateAfter; }, 2000));
     QVERIFY(server.received().endsWith("\r\n\r\nin memory"));
-}
-
-void TestHttpClient::hostChange_data()
-{
-    QTest::addColumn<bool>("otherServer");
-    QTest::newRow("same host again keeps the connection") << false;
-    QTest::newRow("other host opens a new one") << true;
-}
-
-void TestHttpClient::hostChange()
-{
-    QFETCH(bool, otherServer);
-    ScriptedServer first(answerEach(global_ok5));
-    ScriptedServer second(answerEach(global_ok5));
-    HttpClient client;
-    Recorder rec(client);
-    client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp, first.port());
-    client.request(get("/1"));
-    QVERIFY(rec.waitFinished(2));
-    client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp,
-                   otherServer ? second.port() : first.port());
-    client.request(get("/2"));
-    QVERIFY(rec.waitFinished(4));
-    QCOMPARE(first.connections(), 1);
-    QCOMPARE(second.connections(), otherServer ? 1 : 0);
-    QCOMPARE(rec.body, QByteArray());
-    QCOMPARE(rec.bodies.value(rec.finished.last().first), QByteArray("hello"));
 }
 
 static const QByteArray global_chunkedResponse =
@@ -294,39 +267,6 @@ void TestHttpClient::expectContinue()
         QVERIFY(bodySeen.isEmpty());
         QVERIFY(!server.received().contains("pppp"));
     }
-}
-
-void TestHttpClient::uploadFromDevicePumpsWholeBody()
-{
-    QByteArray payload;
-    for (int i = 0; i < 300000; ++i)
-        payload += char('a' + i % 26);
-    QByteArray body;
-    ScriptedServer server([&](QTcpSocket* s, QByteArray& in) {
-        QByteArray b;
-        if (ScriptedServer::takeRequest(in, nullptr, &b)) {
-            body = b;
-            s->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
-        }
-    });
-    QBuffer device;
-    device.setData(payload);
-    HttpClient client;
-    Recorder rec(client);
-    qint64 lastDone = 0;
-    qint64 lastTotal = 0;
-    connect(&client, &HttpClient::dataSendProgress, [&](qint64 done, qint64 total) {
-        QVERIFY(done >= lastDone);
-        lastDone = done;
-        lastTotal = total;
-    });
-    client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp, server.port());
-    const int id = client.request(put("/big", false), &device);
-    QVERIFY(rec.waitFinished(2));
-    QVERIFY(!rec.failed(id));
-    QCOMPARE(body, payload);
-    QCOMPARE(lastDone, lastTotal);
-    QVERIFY(lastTotal > payload.size());  // head and body together
 }
 
 void TestHttpClient::brokenSendIsResent_data()
@@ -513,6 +453,35 @@ void TestHttpClient::abortInsideSuccessfulFinish()
     QVERIFY(!rec.sawFinished(behind));
     QVERIFY(!client.hasPendingRequests());
     QCOMPARE(client.currentId(), 0);
+}
+
+void TestHttpClient::proxyRefusingCredentialsEndsTheRequest_data()
+{
+    QTest::addColumn<QByteArray>("challenge");
+    QTest::newRow("basic") << QByteArray("Basic realm=\"q\"");
+    QTest::newRow("digest") << QByteArray("Digest realm=\"q\", nonce=\"n1\", qop=\"auth\"");
+}
+
+// A wrong proxy password must end the request, not answer challenges forever.
+void TestHttpClient::proxyRefusingCredentialsEndsTheRequest()
+{
+    QFETCH(QByteArray, challenge);
+    ScriptedServer proxy(answerEach("HTTP/1.1 407 Proxy Authentication Required\r\nProxy-Authenticate: "
+                                    + challenge + "\r\nContent-Length: 0\r\n\r\n"));
+    QNetworkProxy::setApplicationProxy(
+        QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", proxy.port(), "robin", "wrong"));
+    HttpClient client;
+    Recorder rec(client);
+    client.setHost("origin.localhost", HttpClient::ConnectionModeHttp, 80);
+    const int id = client.request(get("http://origin.localhost/x"));
+    const bool done = QTest::qWaitFor([&] { return rec.sawFinished(id); }, 10000);
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    QVERIFY(done);
+    QVERIFY(rec.failed(id));
+    QCOMPARE(int(client.error()), 9);
+    QCOMPARE(client.errorString(), QString("Proxy authentication required"));
+    QVERIFY(proxy.received().contains("GET http://origin.localhost"));
+    QVERIFY(proxy.received().toLower().count("proxy-authorization:") <= 2);
 }
 
 QTEST_GUILESS_MAIN(TestHttpClient)

@@ -33,13 +33,11 @@ void TestRetryPolicy::delays_data()
     QTest::newRow("first, most jitter") << 1 << 0 << 0 << false << 1.0 << 250;
     QTest::newRow("doubles") << 4 << 0 << 0 << false << 0.0 << 4000;
     QTest::newRow("capped") << 8 << 0 << 0 << false << 0.0 << 15000;
-    QTest::newRow("huge count stays capped") << 1000 << 0 << 0 << false << 0.0 << 15000;
     QTest::newRow("slow down doubles") << 2 << 0 << 0 << true << 0.0 << 2000;
     QTest::newRow("Retry-After is a floor") << 1 << 0 << 7000 << false << 0.0 << 7000;
     QTest::newRow("Retry-After has a ceiling") << 1 << 0 << 3600000 << false << 0.0 << 30000;
     QTest::newRow("total budget") << 8 << 85000 << 0 << false << 0.0 << 5000;
     QTest::newRow("budget spent") << 8 << 95000 << 20000 << false << 0.0 << 0;
-    QTest::newRow("jitter out of range") << 1 << 0 << 0 << false << -3.0 << 500;
 }
 
 void TestRetryPolicy::delays()
@@ -72,7 +70,6 @@ void TestRetryPolicy::budgetCountsEverySend_data()
     QTest::addColumn<int>("resends");
 
     QTest::newRow("web, first failure") << true << 0 << 1 << true << 7;
-    QTest::newRow("web, client resent twice") << true << 2 << 8 << true << 0;
     QTest::newRow("web, ninth send done") << true << 3 << 9 << false << 0;
     QTest::newRow("web, declared spent") << true << 8 << 1 << false << 0;
     QTest::newRow("local, fourth run") << false << 3 << 0 << true << 5;
@@ -100,7 +97,6 @@ void TestRetryPolicy::retryAfter_data()
     QTest::addColumn<QByteArray>("head");
     QTest::addColumn<int>("expected");
 
-    QTest::newRow("none") << QByteArray("HTTP/1.1 503 Slow Down\r\n\r\n") << 0;
     QTest::newRow("seconds") << QByteArray("HTTP/1.1 503 Slow Down\r\nRetry-After: 3\r\n\r\n") << 3000;
     QTest::newRow("far off") << QByteArray("HTTP/1.1 503 Slow Down\r\nRetry-After: 86400\r\n\r\n") << 30000;
     QTest::newRow("negative") << QByteArray("HTTP/1.1 503 Slow Down\r\nRetry-After: -5\r\n\r\n") << 0;

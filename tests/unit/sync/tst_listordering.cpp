@@ -1,6 +1,3 @@
-#include <atomic>
-#include <cstdlib>
-
 #include <QRandomGenerator>
 #include <QtTest>
 
@@ -10,64 +7,6 @@
 #include "items/mycomputer.h"
 #include "sync/listordering.h"
 
-// Counts heap allocations made on this thread while `counting` is set: the
-// sanitizer's hooks in a sanitized build, else a wrapper around the C library's
-// allocator (which every allocation, operator new and QString included, goes through).
-namespace {
-thread_local bool counting = false;
-std::atomic<int> allocations{0};
-void countAllocation()
-{
-    if (counting)
-        allocations.fetch_add(1);
-}
-} // namespace
-
-#if defined(__SANITIZE_ADDRESS__)
-#define QUORLE_HOOKED_ALLOCATOR 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QUORLE_HOOKED_ALLOCATOR 1
-#endif
-#endif
-
-#ifdef QUORLE_HOOKED_ALLOCATOR
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
-                                                         void (*)(const volatile void*));
-namespace {
-void mallocHook(const volatile void*, size_t) { countAllocation(); }
-void freeHook(const volatile void*) {}
-bool installHooks()
-{
-    return __sanitizer_install_malloc_and_free_hooks(mallocHook, freeHook) != 0;
-}
-} // namespace
-#else
-extern "C" {
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* malloc(size_t size)
-{
-    countAllocation();
-    return __libc_malloc(size);
-}
-void* calloc(size_t count, size_t size)
-{
-    countAllocation();
-    return __libc_calloc(count, size);
-}
-void* realloc(void* p, size_t size)
-{
-    countAllocation();
-    return __libc_realloc(p, size);
-}
-}
-namespace {
-bool installHooks() { return true; }
-} // namespace
-#endif
-
 class TestListOrdering : public QObject
 {
     Q_OBJECT
@@ -76,7 +15,6 @@ private Q_SLOTS:
     void compareFolders();
     void foldersSortWithDescendantsBehind();
     void filesSortByFolderNameThenNewest();
-    void comparisonsAllocateNothing();
 };
 
 namespace {
@@ -185,37 +123,6 @@ void TestListOrdering::filesSortByFolderNameThenNewest()
         sortFilePtrList(&list);
         QCOMPARE(list, expected);
     }
-}
-
-void TestListOrdering::comparisonsAllocateNothing()
-{
-    QVERIFY(installHooks());
-    const auto folderA = folder("/t/a/b/c");
-    const auto folderB = folder("/t/a-b");
-    const auto fileA = file("/t/a/b/name");
-    const auto fileB = file("/t/a/b/other");
-    const auto versionA = file("/t/a/b/name", 5);
-    const QString a = folderA->path();
-    const QString b = folderB->path();
-    // The counter itself works: a real allocation is seen.
-    allocations = 0;
-    counting = true;
-    QString grown = a + b;
-    counting = false;
-    QVERIFY(allocations.load() > 0);
-
-    allocations = 0;
-    counting = true;
-    int sink = 0;
-    for (int i = 0; i < 100; ++i) {
-        sink += compare(a, b);
-        sink += folderPtrLessThan(folderA, folderB) ? 1 : 0;
-        sink += compareFiles(fileA, fileB);
-        sink += compareFiles(fileA, versionA);
-    }
-    counting = false;
-    QCOMPARE(allocations.load(), 0);
-    QVERIFY(sink != 0);
 }
 
 QTEST_GUILESS_MAIN(TestListOrdering)

@@ -1,12 +1,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "items/drive.h"
 #include "items/localfile.h"
 #include "items/localfolder.h"
-#include "items/mycomputer.h"
-#include "operations/localdrivelistatomicoperation.h"
-#include "operations/localfolderlistatomicoperation.h"
 #include "shellrunner.h"
 #include "sync/folderexistsoperation.h"
 #include "sync/listordering.h"
@@ -14,8 +10,6 @@
 #include "sync/shelldeletecontaineroperation.h"
 #include "sync/shelldeletefileoperation.h"
 #include "sync/shelldeletevirtualfolderoperation.h"
-#include "sync/shelllistfolderoperation.h"
-#include "sync/shelllistoperation.h"
 #include "temptree.h"
 #include "testoperations.h"
 
@@ -26,15 +20,8 @@ class TestShellOperations : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init();
-    void listFolder_data();
-    void listFolder();
-    void listByContainerKind_data();
-    void listByContainerKind();
-    void folderExists_data();
-    void folderExists();
     void deleteWalkStructure_data();
     void deleteWalkStructure();
-    void deleteRealTreeLeavesFirst();
     void deleteFailuresLeaveFolderAndReachRoot();
     void localCreationHoldsBackNextSibling();
 
@@ -78,16 +65,6 @@ QString describe(AbstractOperation* op)
     }
 }
 
-// The path that a finished deletion removed, or a null string.
-QString deletedPath(AbstractShellOperation* op)
-{
-    if (op->type() == AbstractOperation::ShellDeleteVirtualFolderType)
-        return static_cast<ShellDeleteVirtualFolderOperation*>(op)->folder->path();
-    if (op->type() == AbstractOperation::ShellDeleteFileType)
-        return static_cast<ShellDeleteFileOperation*>(op)->file->path();
-    return QString();
-}
-
 } // namespace
 
 void TestShellOperations::init()
@@ -96,115 +73,11 @@ void TestShellOperations::init()
     QVERIFY(m_dir->isValid());
 }
 
-void TestShellOperations::listFolder_data()
-{
-    QTest::addColumn<QStringList>("tree");
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("folders");
-    const QStringList tree{"r/", "r/f", "r/.h", "r/s/", "r/s/g", "r/s/t/"};
-    QTest::newRow("one level") << tree << 0 << QStringList{".h", "f"} << QStringList{"s"};
-    QTest::newRow("subtree") << tree << 1 << QStringList{".h", "f", "s/g"} << QStringList{"s", "s/t"};
-    QTest::newRow("empty folder") << QStringList{"r/"} << 1 << QStringList() << QStringList();
-}
-
-void TestShellOperations::listFolder()
-{
-    QFETCH(QStringList, tree);
-    QFETCH(int, mode);
-    QFETCH(QStringList, files);
-    QFETCH(QStringList, folders);
-    QVERIFY(makeTree(m_dir->path(), tree));
-    ShellListFolderOperation op(nullptr, folderItem(path("r")), BrindleLib::EntryListMode(mode),
-                                BrindleLib::ListCurrentVersions, true, false, false, Filter());
-    QVERIFY(runShell(&op, 2));
-    QVERIFY(op.error().isNull());
-    QStringList seenFiles = relativePaths(path("r"), op.files);
-    QStringList seenFolders = relativePaths(path("r"), op.folders);
-    seenFiles.sort();
-    seenFolders.sort();
-    QCOMPARE(seenFiles, files);
-    QCOMPARE(seenFolders, folders);
-    QVERIFY(!op.listedFolder);
-    QCOMPARE(op.sourceDisplayPath(), path("r"));
-
-    // The results were taken over, not copied: the inner listing holds none.
-    auto* inner = static_cast<LocalFolderListAtomicOperation*>(op.operationAt(0));
-    QCOMPARE(inner->type(), int(AbstractOperation::LocalFolderListAtomicType));
-    QVERIFY(inner->files.isEmpty() && inner->folders.isEmpty());
-    op.clearList();
-    QVERIFY(op.files.isEmpty() && op.folders.isEmpty());
-}
-
-void TestShellOperations::listByContainerKind_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("childType");
-    QTest::addColumn<bool>("effective");
-    QTest::newRow("computer") << "computer" << int(AbstractOperation::LocalDriveListAtomicType) << true;
-    QTest::newRow("drive") << "drive" << int(AbstractOperation::ShellListFolderType) << false;
-    QTest::newRow("folder") << "folder" << int(AbstractOperation::ShellListFolderType) << false;
-}
-
-void TestShellOperations::listByContainerKind()
-{
-    QFETCH(QString, kind);
-    QFETCH(int, childType);
-    QFETCH(bool, effective);
-    QVERIFY(makeTree(m_dir->path(), {"r/", "r/f", "r/s/", "r/s/deep"}));
-    QSharedPointer<AbstractContainer> container;
-    if (kind == "computer")
-        container = QSharedPointer<MyComputer>::create();
-    else if (kind == "drive")
-        container = QSharedPointer<Drive>::create(QLatin1Char('/'), path("r"), QSharedPointer<MyComputer>());
-    else
-        container = folderItem(path("r"));
-    ShellListOperation op(nullptr, container, BrindleLib::ListCurrentVersions, false, false, false, Filter());
-    QCOMPARE(op.isEffectiveOperation(), effective);
-    QVERIFY(runShell(&op, 2));
-    QVERIFY(op.error().isNull());
-    QCOMPARE(op.operationCount(), 1);
-    AbstractOperation* child = op.operationAt(0);
-    QCOMPARE(child->type(), childType);
-    if (childType == AbstractOperation::LocalDriveListAtomicType) {
-        const auto drives = static_cast<LocalDriveListAtomicOperation*>(child)->drives;
-        QVERIFY(!drives.isEmpty());
-        QCOMPARE(drives.first()->path(), QStringLiteral("/"));
-    } else if (childType == AbstractOperation::ShellListFolderType) {
-        auto* list = static_cast<ShellListFolderOperation*>(child);
-        QCOMPARE(list->entryListMode, BrindleLib::ListOneLevel);
-        QCOMPARE(relativePaths(path("r"), list->files), QStringList{"f"});
-        QCOMPARE(relativePaths(path("r"), list->folders), QStringList{"s"});
-    }
-}
-
-void TestShellOperations::folderExists_data()
-{
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<bool>("exists");
-    QTest::newRow("there") << "r" << true;
-    QTest::newRow("missing") << "nothing" << false;
-}
-
-void TestShellOperations::folderExists()
-{
-    QFETCH(QString, folder);
-    QFETCH(bool, exists);
-    QVERIFY(makeTree(m_dir->path(), {"r/"}));
-    auto* check = new FolderExistsOperation(nullptr, folderItem(path(folder)));
-    ListShellOperation root({check});
-    QVERIFY(runShell(&root, 2));
-    QVERIFY(root.error().isNull());
-    QCOMPARE(check->exists, exists);
-}
-
 void TestShellOperations::deleteWalkStructure_data()
 {
     QTest::addColumn<QStringList>("folders");
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("files only") << QStringList() << QStringList{"a", "c", "b"}
-                                << "F:/r/c F:/r/b F:/r/a *V:/r";
     QTest::newRow("empty folders, leaves first")
         << QStringList{"x", "x/y", "x/y/z", "w"} << QStringList()
         << "V:/r/w C:/r/x[C:/r/x/y[V:/r/x/y/z *V:/r/x/y] *V:/r/x] *V:/r";
@@ -246,31 +119,6 @@ void TestShellOperations::deleteWalkStructure()
     for (int i = 0; i < op.operationCount(); ++i)
         children.append(describe(op.operationAt(i)));
     QCOMPARE(children.join(' '), expected);
-}
-
-void TestShellOperations::deleteRealTreeLeavesFirst()
-{
-    QVERIFY(makeTree(m_dir->path(), {"r/", "r/f1", "r/.hidden", "r/a/", "r/a/g", "r/a/b/", "r/a/b/c/",
-                                     "r/a/b/c/deep", "r/a-b/", "r/a-b/x", "r/e/", "r/.hd/", "r/.hd/y"}));
-    ShellDeleteContainerOperation op(nullptr, folderItem(path("r")), false);
-    QList<AbstractShellOperation*> finished;
-    QVERIFY(runShell(&op, 4, &finished));
-    QCOMPARE(op.error().toString(false), QString());
-    QVERIFY(!QFileInfo::exists(path("r")));
-
-    QStringList order;
-    for (AbstractShellOperation* done : std::as_const(finished)) {
-        const QString deleted = deletedPath(done);
-        if (!deleted.isNull())
-            order.append(deleted);
-    }
-    QCOMPARE(order.size(), 13);
-    QCOMPARE(order.last(), path("r"));
-    // Nothing is removed before everything below it.
-    for (int i = 0; i < order.size(); ++i) {
-        for (int j = i + 1; j < order.size(); ++j)
-            QVERIFY2(!order.at(j).startsWith(order.at(i) + '/'), qPrintable(order.join('\n')));
-    }
 }
 
 void TestShellOperations::deleteFailuresLeaveFolderAndReachRoot()
