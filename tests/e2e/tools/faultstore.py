@@ -18,6 +18,8 @@ matches a request decides its fate; a request no rule matches is served normally
     "close-after-body"        read the whole body, then close without an answer
     "reset"                   read "bytes" of the body (default: half of it), then reset (RST)
     "hang"                    read the body, then never answer (until the client goes, max 120 s)
+    "slow"                    read the body at "rate" bytes a second (default 1000000), then serve
+                              normally: keeps an upload's source open for a while
     "status"                  answer "status" (default 500) with an error document of "code"
                               (default InternalError); optional "retry_after", "headers" (extra
                               header lines) and "elements" (extra elements of the document, e.g.
@@ -131,7 +133,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def body_length(self):
         return int(self.headers.get("Content-Length") or 0)
 
-    def read_body(self, limit=None):
+    def read_body(self, limit=None, rate=None):
         if self.headers.get("Expect", "").lower() == "100-continue" and not self.continued:
             self.continued = True
             self.wfile.write(b"HTTP/1.1 100 Continue\r\n\r\n")
@@ -139,10 +141,12 @@ class Handler(http.server.BaseHTTPRequestHandler):
         left = self.body_length() if limit is None else min(limit, self.body_length())
         data = b""
         while len(data) < left:
-            piece = self.rfile.read(min(65536, left - len(data)))
+            piece = self.rfile.read(min(rate // 10 if rate else 65536, left - len(data)))
             if not piece:
                 break
             data += piece
+            if rate:
+                time.sleep(0.1)
         return data
 
     def drop(self, reset=False):
@@ -210,7 +214,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
                               rule.get("marker", "") if rule.get("truncated") else "", rule.get("pad", 0))
             self.note("listing")
             return self.answer(200, doc, [("Content-Type", "application/xml")])
-        status, body, headers = self.serve(url)
+        body = self.read_body(rate=rule.get("rate", 1000000)) if action == "slow" else None
+        status, body, headers = self.serve(url, body)
         cut = None
         if action == "truncate":
             cut = rule.get("bytes", len(body) // 2)
@@ -227,12 +232,13 @@ class Handler(http.server.BaseHTTPRequestHandler):
         bucket, _, key = path[1:].partition("/")
         return bucket, key
 
-    def serve(self, url):
-        """The ordinary store: (status, body, headers)."""
+    def serve(self, url, body=None):
+        """The ordinary store: (status, body, headers); body: the request's, when read already."""
         bucket, key = self.bucket_and_key(url.path)
         query = urllib.parse.parse_qs(url.query, keep_blank_values=True)
         xml = [("Content-Type", "application/xml")]
-        body = self.read_body() if self.command in ("PUT", "POST") else b""
+        if body is None:
+            body = self.read_body() if self.command in ("PUT", "POST") else b""
         with LOCK:
             if not bucket:
                 names = "".join("<Bucket><Name>%s</Name><CreationDate>%s</CreationDate></Bucket>"
