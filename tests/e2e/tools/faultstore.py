@@ -10,8 +10,9 @@ port (0: any free one), written to the port file once it listens.
 
 The rules file is JSON: a list of rules, read again whenever it changes. The first rule that
 matches a request decides its fate; a request no rule matches is served normally. A rule:
-  "method", "path", "query"   regular expressions (re.search) on the method, the path as sent
-                              (still %-encoded) and the query string; a missing one matches all
+  "method", "path", "query",  regular expressions (re.search) on the method, the path as sent
+  "host"                      (still %-encoded), the query string and the Host header; a missing
+                              one matches all
   "times": N                  the rule matches N times, then stands aside (default: always)
   "action":
     "close"                   close as soon as the head is read (no "100 Continue", no body read)
@@ -30,7 +31,7 @@ matches a request decides its fate; a request no rule matches is served normally
                               (IsTruncated stays true, NextMarker is always "marker"), and
                               "pad" bytes of XML comment inside the document
 The log gets one line per request, tab-separated: seconds since the epoch (ms precision),
-method, path[?query], outcome (a status, or the action taken), the request's Date header.
+method, path[?query], outcome (a status, or the action taken), the request's Date and Host headers.
 """
 import argparse
 import email.utils
@@ -67,11 +68,11 @@ def load_rules():
     return RULES["list"]
 
 
-def match_rule(method, path, query):
+def match_rule(method, path, query, host):
     with LOCK:
         for rule in load_rules():
             if not all(re.search(rule.get(k, ""), v) for k, v in
-                       (("method", method), ("path", path), ("query", query))):
+                       (("method", method), ("path", path), ("query", query), ("host", host))):
                 continue
             # the count belongs to the rule's text, so an edited rule starts afresh
             ident = json.dumps(rule, sort_keys=True)
@@ -125,8 +126,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         return True  # the rule decides whether the body is welcome
 
     def note(self, outcome):
-        line = "%.3f\t%s\t%s\t%s\t%s\n" % (time.time(), self.command, self.path, outcome,
-                                           self.headers.get("Date", ""))
+        line = "%.3f\t%s\t%s\t%s\t%s\t%s\n" % (time.time(), self.command, self.path, outcome,
+                                               self.headers.get("Date", ""), self.headers.get("Host", ""))
         with LOCK, open(ARGS.log, "a") as f:
             f.write(line)
 
@@ -180,7 +181,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def dispatch(self):
         self.continued = False  # one handler serves every request of a kept connection
         url = urllib.parse.urlsplit(self.path)
-        rule = match_rule(self.command, url.path, url.query)
+        rule = match_rule(self.command, url.path, url.query, self.headers.get("Host", ""))
         action = rule.get("action", "status") if rule else None
         if action == "close":
             self.note("close")
