@@ -1,6 +1,7 @@
 #include "sync/shellplannedoperation.h"
 
 #include "operations/operror.h"
+#include "util/brindlelib.h"
 
 ShellPlannedOperation::ShellPlannedOperation(const QString& name, const QString& source, const QString& destination,
                                              const QString& reason)
@@ -33,7 +34,7 @@ QString ShellPlannedOperation::planLine() const
 
 QString ShellPlannedOperation::climbingKeyMessage(const QString& key)
 {
-    return tr("Object key '%1' would leave the destination folder: skipped").arg(key);
+    return tr("Object key '%1' would leave the destination folder: skipped").arg(BrindleLib::printable(key));
 }
 
 QString ShellPlannedOperation::unreadableFolderMessage(const QString& displayPath, const QString& reason)
