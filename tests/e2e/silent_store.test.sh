@@ -34,7 +34,7 @@ while IFS='|' read -r what bucket hung _; do
   e2e_expect_eq "$what: exit code ($(tail -n 1 "$E2E_WORK/$what.out"))" 0 "$status"
   e2e_check "$what: one wait of the timeout, no more ($took s)" test "$took" -ge 29 -a "$took" -le 60
   e2e_expect_eq "$what: the request that hung, then went through" "hang 200" \
-    "$(fault_requests "^$bucket\\." | grep -E -- "$hung" | cut -d' ' -f3 | xargs)"
+    "$(fault_requests "^$bucket\." | grep -E -- "$hung" | cut -d' ' -f3 | xargs)"
 done <<<"$CASES"
 e2e_expect_eq "upload: stored" f.txt "$(fault_keys upl)"
 for d in down list; do e2e_check "$d: the file" cmp "$SRC/f.txt" "$E2E_WORK/$d/f.txt"; done

@@ -51,7 +51,7 @@ fault_keys() {
 fault_mark() { wc -l <"$FAULT_LOG" >"$FAULT_LOG.mark"; }
 fault_requests() {  # [HOST_ERE]: only the requests whose Host header matches
   tail -n +$(( $(cat "$FAULT_LOG.mark" 2>/dev/null || echo 0) + 1 )) "$FAULT_LOG" |
-    awk -F'\t' -v host="${1:-}" '$6 ~ host { print $2 " " $3 " " $4 }'
+    FAULT_HOST=${1:-} awk -F'\t' '$6 ~ ENVIRON["FAULT_HOST"] { print $2 " " $3 " " $4 }'
 }
 fault_count() { fault_requests | grep -cE -- "$1" || true; }
 
