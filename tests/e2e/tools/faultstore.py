@@ -262,6 +262,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
                     return 200, b"", []
                 return 200, self.list_bucket(bucket, objects, query), xml
             if self.command == "PUT":
+                # a client that went before its whole body stores nothing, as with a real store
+                if len(body) < self.body_length():
+                    return 400, error_doc("IncompleteBody"), xml
                 return self.put_object(objects, key, body)
             stored = objects.get(key)
             if stored is None:
