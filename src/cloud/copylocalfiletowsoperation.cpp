@@ -1,7 +1,5 @@
 #include "cloud/copylocalfiletowsoperation.h"
 
-#include <QFile>
-
 #include "cloud/getcloudfileacloperation.h"
 #include "cloud/headwsfileoperation.h"
 #include "cloud/uploadoperation.h"
@@ -13,6 +11,7 @@
 #include "operations/encryptlocalfileatomicoperation.h"
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
+#include "util/uploadfiledevice.h"
 
 namespace {
 bool isEncoded(const ClientSideEncryption& settings)
@@ -198,7 +197,7 @@ void CopyLocalFileToWSOperation::appendUploadToWSOp()
 {
     if (!m_uploadDevice) {
         // Measured as late as possible, and left closed: the client opens it.
-        auto* file = new QFile(m_source->path());
+        auto* file = new UploadFileDevice(m_source->path());
         countUploadSize(file->size());
         m_uploadDevice.reset(file);
     }

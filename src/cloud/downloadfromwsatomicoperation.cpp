@@ -237,9 +237,15 @@ bool DownloadFromWSAtomicOperation::writeOut(const char* data, qint64 size)
 {
     if (m_md5Hash)
         m_md5Hash->addData(QByteArrayView(data, size));
-    if (m_file->write(data, size) != size) {
-        fail(OpError::FileError, m_file->errorString());
-        return false;
+    // A short write carries no reason: the rest is tried, and the write that
+    // fails outright says why (a full disk, most often).
+    for (qint64 done = 0; done < size;) {
+        const qint64 n = m_file->write(data + done, size - done);
+        if (n <= 0) {
+            fail(OpError::FileError, m_file->errorString());
+            return false;
+        }
+        done += n;
     }
     return true;
 }

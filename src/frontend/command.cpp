@@ -444,7 +444,8 @@ void Command::noteFailure(AbstractShellOperation* op)
                                                              : source + QStringLiteral(" -> ") + destination;
     if (path.isEmpty())
         path = op->name();
-    m_failures.append(path + QStringLiteral(": ") + RetryPolicy::reason(op));
+    // One line a failure, whatever a key holds.
+    m_failures.append(BrindleLib::printable(path + QStringLiteral(": ") + RetryPolicy::reason(op)));
 }
 
 // After the error blocks, which a long run scrolls away: every path that

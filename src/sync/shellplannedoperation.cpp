@@ -1,5 +1,6 @@
 #include "sync/shellplannedoperation.h"
 
+#include "util/brindlelib.h"
 #include "util/operror.h"
 
 ShellPlannedOperation::ShellPlannedOperation(const QString& name, const QString& source, const QString& destination,
@@ -33,7 +34,7 @@ QString ShellPlannedOperation::planLine() const
 
 QString ShellPlannedOperation::climbingKeyMessage(const QString& key)
 {
-    return tr("Object key '%1' would leave the destination folder: skipped").arg(key);
+    return tr("Object key '%1' would leave the destination folder: skipped").arg(BrindleLib::printable(key));
 }
 
 QString ShellPlannedOperation::unreadableFolderMessage(const QString& displayPath, const QString& reason)

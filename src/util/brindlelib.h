@@ -1,6 +1,8 @@
 #ifndef BRINDLELIB_H
 #define BRINDLELIB_H
 
+#include <QString>
+
 // Enumerations and process-wide values shared by every subsystem.
 namespace BrindleLib {
 
@@ -39,6 +41,10 @@ enum VersioningState { VersioningUnset = 0 };
 // Seconds to add to the local clock to get the store's clock.
 int timeOffset();
 void setTimeOffset(int seconds);
+
+// text on one line for a message: control characters, such as a newline in an
+// object key, written as escapes (\n, \x1b)
+QString printable(const QString& text);
 
 } // namespace BrindleLib
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# A listing whose keys climb out of the destination ("../../x", "a/../../b", "/abs"): each such key
-# is skipped with an error naming it, nothing is written outside the destination, the ordinary key
-# is still downloaded, and the run ends with exit 1.
+# A listing whose keys climb out of the destination ("../../x", "a/../../b", "/abs", "../" and a
+# newline): each such key is skipped with an error naming it, on one line, nothing is written outside
+# the destination, the ordinary keys (one with a newline) are still downloaded, and the run ends
+# with exit 1.
 # shellcheck source=lib/e2e.sh
 . "$(dirname "$0")/lib/e2e.sh"
 # shellcheck source=lib/faultstore.sh
@@ -9,17 +10,20 @@
 e2e_init
 
 fault_start fb
-for key in ../../x a/../../b /abs ok.txt; do fault_put fb "$key" "body of $key"; done
+for key in ../../x a/../../b /abs ok.txt nl%0Akey ../%0Ax; do fault_put fb "$key" "body of $key"; done
 fault_rules '[{"method":"GET","path":"^/fb/$","query":"prefix=","action":"listing",
-               "keys":["../../x","/abs","a/../../b","ok.txt"]}]'
+               "keys":["../../x","/abs","a/../../b","ok.txt","nl\nkey","../\nx"]}]'
 DST=$E2E_WORK/x/y/dst
 mkdir -p "$DST"
 fault_quorle s3://fb/ "$DST/"
 e2e_expect_eq "exit code" 1 "$E2E_STATUS"
-for key in ../../x a/../../b /abs; do
-  e2e_check "an error names '$key'" grep -qF -- "$key" "$E2E_OUTPUT"
+for key in ../../x a/../../b /abs '../\nx'; do
+  e2e_check "an error names '$key'" grep -qF -- "'$key'" "$E2E_OUTPUT"
 done
+e2e_check "the summary: one line a skipped key" \
+  bash -c 'tail -n 5 "$1" | { read -r first; [[ $first == "Failed: 4" ]] && grep -c "^http://" | grep -qx 4; }' - "$E2E_OUTPUT"
 e2e_expect_eq "the ordinary key arrived" "body of ok.txt" "$(cat "$DST/ok.txt" 2>/dev/null || true)"
+e2e_expect_eq "a key with a newline, inside the destination" "body of nl%0Akey" "$(cat "$DST/nl"$'\n'"key" 2>/dev/null || true)"
 e2e_expect_eq "nothing outside the destination" "" \
   "$(find "$E2E_WORK" -path "$DST" -prune -o -type f \( -name x -o -name b -o -name abs \) -print)"
 e2e_expect_eq "nothing at the root" "" "$(ls -d /abs /x /b 2>/dev/null || true)"

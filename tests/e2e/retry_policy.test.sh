@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# The retry policy against a store that fails on cue: at most 9 sends of one request, waits that
-# grow between them, a store's Retry-After and clock obeyed, recovery from a store that comes back,
-# and a failed run that ends with the list of what failed. Every run is bounded.
+# The retry policy against a store that fails on cue: at most 9 sends of one request (an upload, a
+# download, a listing), waits that grow between them, a store's Retry-After and clock obeyed,
+# recovery from a store that comes back, and a failed run that ends with the list of what failed.
+# Every run is bounded.
 # shellcheck source=lib/e2e.sh
 . "$(dirname "$0")/lib/e2e.sh"
 # shellcheck source=lib/faultstore.sh
@@ -12,22 +13,44 @@ SRC=$E2E_WORK/src
 mkdir -p "$SRC"
 echo fine >"$SRC/fine.txt"
 echo doomed >"$SRC/doomed.txt"
-fault_start fb
+fault_start fb dlb lsb
+fault_put dlb doomed.txt doomed
 
-# seconds between the first and the last logged request matching ERE
-span() { fault_requests_timed | awk -v re="$1" '$2" "$3 ~ re { if (!f) f = $1; l = $1 } END { printf "%d", l - f }'; }
+# span HOST ERE: seconds between the first and the last logged request of HOST (ERE, "" for any)
+# matching ERE
+span() {
+  tail -n +$(( $(cat "$FAULT_LOG.mark") + 1 )) "$FAULT_LOG" |
+    FAULT_HOST=$1 RE=$2 awk -F'\t' '$6 ~ ENVIRON["FAULT_HOST"] && $2" "$3 ~ ENVIRON["RE"] { if (!f) f = $1; l = $1 }
+                                      END { printf "%d", l - f }'
+}
 fault_requests_timed() { tail -n +$(( $(cat "$FAULT_LOG.mark") + 1 )) "$FAULT_LOG" | cut -f1-5 | tr '\t' ' '; }
 
-# 500 on every PUT of one file: nine sends, spread out by the backoff, then exit 1 and the summary.
-fault_rules '[{"method":"PUT","path":"doomed","action":"status","status":500}]'
+# 500 on every send of one request, for an upload, a download and a listing side by side: nine
+# sends each, spread out by the backoff, then exit 1 and the summary.
+fault_rules '[{"method":"PUT","path":"^/fb/doomed","action":"status","status":500},
+              {"host":"^dlb\\.","method":"GET","path":"^/doomed.txt$","action":"status","status":500},
+              {"host":"^lsb\\.","method":"GET","path":"^/$","query":"prefix=","action":"status","status":500}]'
 fault_mark
-fault_quorle "$SRC/" s3://fb/
-e2e_expect_eq "500 always: exit code" 1 "$E2E_STATUS"
-e2e_expect_eq "500 always: sends of the PUT" 9 "$(fault_count '^PUT /fb/doomed')"
-e2e_check "500 always: the waits add up ($(span '^PUT /fb/doomed') s)" test "$(span '^PUT /fb/doomed')" -ge 25
-e2e_check "500 always: the summary ends stderr" \
-  bash -c 'tail -n 2 "$1" | tr "\n" " " | grep -qE "^Failed: 1 .*doomed.txt.*InternalError"' - "$E2E_OUTPUT"
-e2e_expect_eq "500 always: the store" fine.txt "$(fault_keys fb)"
+mkdir -p "$E2E_WORK/dl" "$E2E_WORK/ls"
+# CASE | Host (ERE) | the request (ERE) | source | destination
+CASES='upload|^s3\.|^PUT /fb/doomed|'$SRC'/|s3://fb/
+download|^dlb\.|^GET /doomed.txt|s3://dlb/|'$E2E_WORK'/dl/
+listing|^lsb\.|^GET /\?prefix=|s3://lsb/|'$E2E_WORK'/ls/'
+runs=()
+while IFS='|' read -r what _ _ from to; do
+  ( E2E_OUTPUT_NAME=$what fault_quorle "$from" "$to"; echo "$E2E_STATUS" >"$E2E_WORK/$what.status" ) &
+  runs+=($!)
+done <<<"$CASES"
+wait "${runs[@]}"
+while IFS='|' read -r what host request _; do
+  e2e_expect_eq "500 always, $what: exit code" 1 "$(<"$E2E_WORK/$what.status")"
+  e2e_expect_eq "500 always, $what: sends" 9 "$(fault_requests "$host" | grep -cE -- "$request")"
+  e2e_check "500 always, $what: the waits add up ($(span "$host" "$request") s)" test "$(span "$host" "$request")" -ge 25
+  e2e_check "500 always, $what: the summary ends stderr" \
+    bash -c 'tail -n 2 "$1" | tr "\n" " " | grep -qE "^Failed: 1 .*InternalError"' - "$E2E_WORK/$what.out"
+done <<<"$CASES"
+e2e_expect_eq "500 always, upload: the store" fine.txt "$(fault_keys fb)"
+e2e_expect_eq "500 always, download: no file" "" "$(ls -A "$E2E_WORK/dl")"
 
 # 503 SlowDown with Retry-After twice: the third send goes through, not before the store said.
 fault_rules '[{"method":"PUT","path":"doomed","action":"status","status":503,"code":"SlowDown","retry_after":2,"times":2}]'
@@ -35,7 +58,7 @@ fault_mark
 fault_quorle "$SRC/" s3://fb/
 e2e_expect_eq "SlowDown twice: exit code" 0 "$E2E_STATUS"
 e2e_expect_eq "SlowDown twice: sends" 3 "$(fault_count '^PUT /fb/doomed')"
-e2e_check "SlowDown twice: Retry-After obeyed ($(span '^PUT /fb/doomed') s)" test "$(span '^PUT /fb/doomed')" -ge 4
+e2e_check "SlowDown twice: Retry-After obeyed ($(span '' '^PUT /fb/doomed') s)" test "$(span '' '^PUT /fb/doomed')" -ge 4
 e2e_expect_eq "SlowDown twice: the store" "doomed.txt fine.txt" "$(fault_keys fb | sort | xargs)"
 
 # The store refuses the clock once and says its own time, an hour ahead: the next request is dated

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# A store that drops connections, and source files that can't be read: every such file fails with
-# exit 1 and a reason, nothing is reported stored that is not, the other files still go through.
+# A store that drops connections, source files that can't be read, destinations that refuse writing
+# or fill up: every such file fails with exit 1 and a reason, nothing is reported stored that is not,
+# no partial file is left, the other files still go through.
 # shellcheck source=lib/e2e.sh
 . "$(dirname "$0")/lib/e2e.sh"
 # shellcheck source=lib/faultstore.sh
@@ -73,6 +74,34 @@ e2e_expect_eq "unwritable destination: exit code" 1 "$E2E_STATUS"
 e2e_check "unwritable destination: the reason" grep -qzE 'fine.txt.*Permission denied' "$E2E_OUTPUT"
 e2e_check "unwritable destination: fails at once ($SECONDS s)" test "$SECONDS" -lt 20
 e2e_expect_eq "unwritable destination: left empty" "" "$(ls -A "$E2E_WORK/locked")"
+
+# A destination that fills up: a 1 MiB tmpfs, mounted in a mount namespace of its own, takes the
+# small file and not the 2 MiB one. What it holds is copied out before the namespace goes.
+head -c $(( 2 * 1024 * 1024 )) /dev/urandom >"$E2E_WORK/big.bin"
+curl -sf -X PUT --data-binary @"$E2E_WORK/big.bin" "$(_fault_url fb big.bin)" >/dev/null
+FULL=$E2E_WORK/full SEEN=$E2E_WORK/seen
+mkdir -p "$FULL" "$SEEN"
+cat >"$E2E_WORK/in-full" <<EOS
+#!/bin/sh
+[ "\$1" = --inside ] || exec unshare -m --propagation private "\$0" --inside "\$@"
+shift
+mount -t tmpfs -o size=1m quorle-full '$FULL' || exit 99
+'$QUORLE_BINARY' "\$@"; rc=\$?
+cp -a '$FULL/.' '$SEEN/'
+exit \$rc
+EOS
+chmod 755 "$E2E_WORK/in-full"
+if ! why=$(unshare -m --propagation private mount -t tmpfs -o size=1m quorle-probe "$FULL" 2>&1); then
+  e2e_skip "full destination: no private tmpfs here (unshare -m, then mount): $why"
+else
+  QUORLE_BINARY=$E2E_WORK/in-full fault_quorle s3://fb/ "$FULL/"
+  e2e_expect_eq "full destination: exit code" 1 "$E2E_STATUS"
+  e2e_check "full destination: the reason, in the summary" \
+    bash -c 'tail -n 2 "$1" | tr "\n" " " | grep -qE "^Failed: 1 .*big.bin.*No space left on device"' - "$E2E_OUTPUT"
+  e2e_expect_eq "full destination: no partial file, the rest whole" "fine.txt" \
+    "$(cd "$SEEN" && ls -A | xargs)"
+  e2e_check "full destination: the file that fit" cmp "$SRC/fine.txt" "$SEEN/fine.txt"
+fi
 
 fault_stop
 e2e_finish

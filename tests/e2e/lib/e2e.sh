@@ -13,7 +13,8 @@
 #     if s3_feature versions; then ...; fi     # skipped, with the reason, where the server lacks it
 #     e2e_server_stop
 #   done
-#   e2e_finish                                # "N passed, N failed, N skipped"; non-zero on failures
+#   e2e_finish                                # "N passed, N failed, N skipped"; non-zero on failures,
+#                                             # and on a sanitizer report in any kept *.out or *.err
 #
 # The script runs under set -Eeuo pipefail: a command that fails outside a check ends the script
 # with its line and command printed. E2E_SERVERS="s3rver" limits the servers (for local runs);
@@ -150,10 +151,11 @@ e2e_expect_eq() {
 }
 
 # e2e_quorle ARGS... : runs the real binary, bounded; sets E2E_STATUS and E2E_OUTPUT (a file with
-# stdout and stderr together). Never fails by itself: the script checks E2E_STATUS.
+# stdout and stderr together; E2E_OUTPUT_NAME names it, for runs in parallel). Never fails by itself:
+# the script checks E2E_STATUS.
 e2e_quorle() {
   [[ -x ${QUORLE_BINARY:-} ]] || { e2e_fail "QUORLE_BINARY is not an executable: '${QUORLE_BINARY:-}'"; E2E_STATUS=127; return 0; }
-  E2E_OUTPUT="$E2E_WORK/quorle-$(( ++_E2E_QUORLE_N )).out"
+  E2E_OUTPUT="$E2E_WORK/${E2E_OUTPUT_NAME:-quorle-$(( ++_E2E_QUORLE_N ))}.out"
   E2E_STATUS=0
   local args=() arg prev=""
   read -ra args <<<"${E2E_QUORLE_ARGS:-}"
@@ -167,9 +169,22 @@ e2e_quorle() {
 }
 _E2E_QUORLE_N=0
 
+# A sanitizer report in any output a script kept (its *.out and *.err files) fails it, whatever the
+# exit code said: a check that expects exit 1 would otherwise pass over a crash of the sanitizer build.
+_E2E_SANITIZER='ERROR: (AddressSanitizer|LeakSanitizer)|runtime error:'
+_e2e_check_sanitizers() {
+  local f
+  while IFS= read -r f; do
+    e2e_fail "sanitizer report in ${f#"$E2E_WORK"/}"
+    grep -m 3 -A 6 -E "$_E2E_SANITIZER" "$f" | sed 's/^/     | /'
+  done < <(grep -rlE --include='*.out' --include='*.err' --exclude-dir='server-*' --exclude-dir=fault \
+             "$_E2E_SANITIZER" "$E2E_WORK" 2>/dev/null || true)
+}
+
 # ends the script: status 0 only when something passed and nothing failed
 e2e_finish() {
   local f
+  _e2e_check_sanitizers
   for f in "${_E2E_FAILURES[@]}"; do echo "failed: $f"; done
   echo "$E2E_NAME: $E2E_PASSED passed, $E2E_FAILED failed, $E2E_SKIPPED skipped"
   (( E2E_FAILED == 0 && E2E_PASSED > 0 )) && exit 0

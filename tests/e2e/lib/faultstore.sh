@@ -6,7 +6,7 @@
 #   fault_rules JSON            replaces the rules (see the top of faultstore.py)
 #   fault_put BUCKET KEY TEXT   stores an object as it is (no rule applies to it), key taken as is
 #   fault_keys BUCKET           the stored keys, one a line
-#   fault_mark; fault_requests  log lines since the mark: "METHOD PATH OUTCOME"
+#   fault_mark; fault_requests [HOST_ERE]  log lines since the mark: "METHOD PATH OUTCOME"
 #   fault_count ERE             how many of those lines match
 #   fault_quorle ARGS...        e2e_quorle against the store
 #   as_nobody CMD...            runs CMD as an unprivileged user (CI runs as root)
@@ -49,8 +49,9 @@ fault_keys() {
 }
 
 fault_mark() { wc -l <"$FAULT_LOG" >"$FAULT_LOG.mark"; }
-fault_requests() {
-  tail -n +$(( $(cat "$FAULT_LOG.mark" 2>/dev/null || echo 0) + 1 )) "$FAULT_LOG" | cut -f2-4 | tr '\t' ' '
+fault_requests() {  # [HOST_ERE]: only the requests whose Host header matches
+  tail -n +$(( $(cat "$FAULT_LOG.mark" 2>/dev/null || echo 0) + 1 )) "$FAULT_LOG" |
+    FAULT_HOST=${1:-} awk -F'\t' '$6 ~ ENVIRON["FAULT_HOST"] { print $2 " " $3 " " $4 }'
 }
 fault_count() { fault_requests | grep -cE -- "$1" || true; }
 

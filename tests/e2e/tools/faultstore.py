@@ -10,14 +10,17 @@ port (0: any free one), written to the port file once it listens.
 
 The rules file is JSON: a list of rules, read again whenever it changes. The first rule that
 matches a request decides its fate; a request no rule matches is served normally. A rule:
-  "method", "path", "query"   regular expressions (re.search) on the method, the path as sent
-                              (still %-encoded) and the query string; a missing one matches all
+  "method", "path", "query",  regular expressions (re.search) on the method, the path as sent
+  "host"                      (still %-encoded), the query string and the Host header; a missing
+                              one matches all
   "times": N                  the rule matches N times, then stands aside (default: always)
   "action":
     "close"                   close as soon as the head is read (no "100 Continue", no body read)
     "close-after-body"        read the whole body, then close without an answer
     "reset"                   read "bytes" of the body (default: half of it), then reset (RST)
     "hang"                    read the body, then never answer (until the client goes, max 120 s)
+    "slow"                    read the body at "rate" bytes a second (default 1000000), then serve
+                              normally: keeps an upload's source open for a while
     "status"                  answer "status" (default 500) with an error document of "code"
                               (default InternalError); optional "retry_after", "headers" (extra
                               header lines) and "elements" (extra elements of the document, e.g.
@@ -28,7 +31,7 @@ matches a request decides its fate; a request no rule matches is served normally
                               (IsTruncated stays true, NextMarker is always "marker"), and
                               "pad" bytes of XML comment inside the document
 The log gets one line per request, tab-separated: seconds since the epoch (ms precision),
-method, path[?query], outcome (a status, or the action taken), the request's Date header.
+method, path[?query], outcome (a status, or the action taken), the request's Date and Host headers.
 """
 import argparse
 import email.utils
@@ -65,11 +68,11 @@ def load_rules():
     return RULES["list"]
 
 
-def match_rule(method, path, query):
+def match_rule(method, path, query, host):
     with LOCK:
         for rule in load_rules():
             if not all(re.search(rule.get(k, ""), v) for k, v in
-                       (("method", method), ("path", path), ("query", query))):
+                       (("method", method), ("path", path), ("query", query), ("host", host))):
                 continue
             # the count belongs to the rule's text, so an edited rule starts afresh
             ident = json.dumps(rule, sort_keys=True)
@@ -123,15 +126,15 @@ class Handler(http.server.BaseHTTPRequestHandler):
         return True  # the rule decides whether the body is welcome
 
     def note(self, outcome):
-        line = "%.3f\t%s\t%s\t%s\t%s\n" % (time.time(), self.command, self.path, outcome,
-                                           self.headers.get("Date", ""))
+        line = "%.3f\t%s\t%s\t%s\t%s\t%s\n" % (time.time(), self.command, self.path, outcome,
+                                               self.headers.get("Date", ""), self.headers.get("Host", ""))
         with LOCK, open(ARGS.log, "a") as f:
             f.write(line)
 
     def body_length(self):
         return int(self.headers.get("Content-Length") or 0)
 
-    def read_body(self, limit=None):
+    def read_body(self, limit=None, rate=None):
         if self.headers.get("Expect", "").lower() == "100-continue" and not self.continued:
             self.continued = True
             self.wfile.write(b"HTTP/1.1 100 Continue\r\n\r\n")
@@ -139,10 +142,12 @@ class Handler(http.server.BaseHTTPRequestHandler):
         left = self.body_length() if limit is None else min(limit, self.body_length())
         data = b""
         while len(data) < left:
-            piece = self.rfile.read(min(65536, left - len(data)))
+            piece = self.rfile.read(min(rate // 10 if rate else 65536, left - len(data)))
             if not piece:
                 break
             data += piece
+            if rate:
+                time.sleep(0.1)
         return data
 
     def drop(self, reset=False):
@@ -176,7 +181,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def dispatch(self):
         self.continued = False  # one handler serves every request of a kept connection
         url = urllib.parse.urlsplit(self.path)
-        rule = match_rule(self.command, url.path, url.query)
+        rule = match_rule(self.command, url.path, url.query, self.headers.get("Host", ""))
         action = rule.get("action", "status") if rule else None
         if action == "close":
             self.note("close")
@@ -210,7 +215,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
                               rule.get("marker", "") if rule.get("truncated") else "", rule.get("pad", 0))
             self.note("listing")
             return self.answer(200, doc, [("Content-Type", "application/xml")])
-        status, body, headers = self.serve(url)
+        body = self.read_body(rate=rule.get("rate", 1000000)) if action == "slow" else None
+        status, body, headers = self.serve(url, body)
         cut = None
         if action == "truncate":
             cut = rule.get("bytes", len(body) // 2)
@@ -227,12 +233,13 @@ class Handler(http.server.BaseHTTPRequestHandler):
         bucket, _, key = path[1:].partition("/")
         return bucket, key
 
-    def serve(self, url):
-        """The ordinary store: (status, body, headers)."""
+    def serve(self, url, body=None):
+        """The ordinary store: (status, body, headers); body: the request's, when read already."""
         bucket, key = self.bucket_and_key(url.path)
         query = urllib.parse.parse_qs(url.query, keep_blank_values=True)
         xml = [("Content-Type", "application/xml")]
-        body = self.read_body() if self.command in ("PUT", "POST") else b""
+        if body is None:
+            body = self.read_body() if self.command in ("PUT", "POST") else b""
         with LOCK:
             if not bucket:
                 names = "".join("<Bucket><Name>%s</Name><CreationDate>%s</CreationDate></Bucket>"
@@ -255,6 +262,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
                     return 200, b"", []
                 return 200, self.list_bucket(bucket, objects, query), xml
             if self.command == "PUT":
+                # a client that went before its whole body stores nothing, as with a real store
+                if len(body) < self.body_length():
+                    return 400, error_doc("IncompleteBody"), xml
                 return self.put_object(objects, key, body)
             stored = objects.get(key)
             if stored is None:
