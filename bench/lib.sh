@@ -17,9 +17,9 @@ export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
 BUCKET=quorle-bench
 s3_make_bucket "$BUCKET"
 
-# measure LABEL COMMAND... : prints seconds and peak RSS, and keeps the seconds in times[LABEL].
+# measure LABEL COMMAND... : prints seconds and peak RSS, and keeps them in times[LABEL], rss[LABEL] (KiB).
 # MEASURE_WIDTH sets the label column.
-declare -A times=()
+declare -A times=() rss=()
 measure() {
   local out="$work/time.out" seconds kib width=${MEASURE_WIDTH:-34}
   if ! /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err"; then
@@ -28,5 +28,5 @@ measure() {
   fi
   read -r seconds kib <"$out"
   printf '%-*s %8.2f s %9d KiB peak RSS\n' "$width" "$1" "$seconds" "$kib"
-  times[$1]=$seconds
+  times[$1]=$seconds rss[$1]=$kib
 }
