@@ -13,6 +13,8 @@ const int global_continueTimeout = 30000;
 // Each piece waits for the last to leave: small pieces made an upload cost
 // one pass of the event loop per 2 KiB, a quarter of what the link carries.
 const qint64 global_postPieceSize = 65536;
+// Bounds what a download holds between the socket and the file.
+const qint64 global_socketReadBufferSize = 1024 * 1024;
 } // namespace
 
 HttpClient::HttpClient(QObject* parent) : QObject(parent), m_continueTimer(new QTimer(this))
@@ -357,6 +359,9 @@ void HttpClient::slotReadyRead()
         m_bytesDone = 0;
         m_chunkedSize = -1;
         m_repost = false;
+        // A body that arrives faster than it is written waits in the kernel,
+        // not in memory.
+        m_socket->setReadBufferSize(global_socketReadBufferSize);
     }
 
     if (m_readHeader && !readResponseHead())
@@ -453,8 +458,10 @@ bool HttpClient::readBody(QByteArray& data, bool& complete)
     if (m_response.containsContentLength()) {
         const qint64 length = m_response.contentLength();
         // A response that is only drained before a resend is taken whole.
-        if (m_repost && length > n)
+        if (m_repost && length > n) {
+            m_socket->setReadBufferSize(0);
             return false;
+        }
         n = qMin(n, length - m_bytesDone);
         if (n > 0)
             data = m_socket->read(n);
