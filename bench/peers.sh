@@ -19,14 +19,6 @@ for i in $(seq 1 20); do
 done
 mkdir -p "$big" && head -c $((512 * 1024 * 1024)) /dev/urandom >"$big/big.bin"
 
-quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
-s3cmd=(s3cmd -c "$S3CMD_CONFIG_PATH" --no-progress sync)
-aws=("$S3_AWS_BIN" --profile path --endpoint-url "$S3_ENDPOINT" s3 sync --only-show-errors)
-export RCLONE_CONFIG=$work/rclone.conf RCLONE_CONFIG_S3_TYPE=s3 RCLONE_CONFIG_S3_PROVIDER=Other \
-  RCLONE_CONFIG_S3_ENDPOINT=$S3_ENDPOINT RCLONE_CONFIG_S3_ACCESS_KEY_ID=$S3_ACCESS_KEY \
-  RCLONE_CONFIG_S3_SECRET_ACCESS_KEY=$S3_SECRET_KEY RCLONE_CONFIG_S3_FORCE_PATH_STYLE=true
-: >"$RCLONE_CONFIG"
-rclone=(rclone sync -q)
 # curl signs with the V2 scheme (its --aws-sigv4 of Debian 12 is refused for uploads): a config of
 # one request per file, signed before the clock starts.
 curl_config() {  # METHOD LOCAL_ROOT KEY_PREFIX FILE... > config
@@ -52,8 +44,6 @@ export BUCKET S3_SECRET_KEY S3_ACCESS_KEY S3_ENDPOINT
 curl=(curl -sS --parallel --parallel-max 4)
 
 remote() { [[ $1 == rclone ]] && echo "s3:$BUCKET/$2" || echo "s3://$BUCKET/$2"; }
-# a destination prefix must exist before quorle syncs into it: a folder object makes it
-make_prefix() { s3_aws --path s3api put-object --bucket "$BUCKET" --key "$1" >/dev/null; }
 # Deleted objects go to radosgw's garbage collector; the RAM store needs their space back.
 drop() {
   s3_aws --path s3 rm --recursive --only-show-errors "s3://$BUCKET/$1"
