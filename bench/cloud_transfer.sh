@@ -17,19 +17,6 @@ make_small() {
 }
 make_large() { mkdir -p "$1"; head -c $((1024 * 1024 * 1024)) /dev/urandom >"$1/large.bin"; }
 
-# /usr/bin/time runs programs, not shell functions: every client is named by its path, with what
-# the harness's s3_s3cmd and s3_aws would add, written out.
-quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
-s3cmd=(s3cmd -c "$S3CMD_CONFIG_PATH" --no-progress sync)
-aws=("$S3_AWS_BIN" --profile path --endpoint-url "$S3_ENDPOINT" s3 sync --only-show-errors)
-# rclone reads the remote "s3" from the environment alone
-export RCLONE_CONFIG=$work/rclone.conf RCLONE_CONFIG_S3_TYPE=s3 RCLONE_CONFIG_S3_PROVIDER=Other \
-  RCLONE_CONFIG_S3_ENDPOINT=$S3_ENDPOINT RCLONE_CONFIG_S3_ACCESS_KEY_ID=$S3_ACCESS_KEY \
-  RCLONE_CONFIG_S3_SECRET_ACCESS_KEY=$S3_SECRET_KEY RCLONE_CONFIG_S3_FORCE_PATH_STYLE=true
-: >"$RCLONE_CONFIG"
-rclone=(rclone sync -q)
-# a destination prefix must exist before a sync into it: a folder object makes it
-make_prefix() { s3_aws --path s3api put-object --bucket "$BUCKET" --key "$1" >/dev/null; }
 
 for kind in small large; do
   src=$work/$kind/src

@@ -17,9 +17,23 @@ export QUORLES_ACCESS_KEY=$S3_ACCESS_KEY QUORLES_SECRET_KEY=$S3_SECRET_KEY
 BUCKET=quorle-bench
 s3_make_bucket "$BUCKET"
 
-# measure LABEL COMMAND... : prints seconds and peak RSS, and keeps the seconds in times[LABEL].
+# The clients that the benches compare. /usr/bin/time runs programs, not shell functions: every
+# client is named by its path, with what the harness's s3_s3cmd and s3_aws would add, written out.
+quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
+s3cmd=(s3cmd -c "$S3CMD_CONFIG_PATH" --no-progress sync)
+aws=("$S3_AWS_BIN" --profile path --endpoint-url "$S3_ENDPOINT" s3 sync --only-show-errors)
+# rclone reads the remote "s3" from the environment alone
+export RCLONE_CONFIG=$work/rclone.conf RCLONE_CONFIG_S3_TYPE=s3 RCLONE_CONFIG_S3_PROVIDER=Other \
+  RCLONE_CONFIG_S3_ENDPOINT=$S3_ENDPOINT RCLONE_CONFIG_S3_ACCESS_KEY_ID=$S3_ACCESS_KEY \
+  RCLONE_CONFIG_S3_SECRET_ACCESS_KEY=$S3_SECRET_KEY RCLONE_CONFIG_S3_FORCE_PATH_STYLE=true
+: >"$RCLONE_CONFIG"
+rclone=(rclone sync -q)
+# A destination prefix must exist before a sync into it: a folder object makes it
+make_prefix() { s3_aws --path s3api put-object --bucket "$BUCKET" --key "$1" >/dev/null; }
+
+# measure LABEL COMMAND... : prints seconds and peak RSS, and keeps them in times[LABEL], rss[LABEL] (KiB).
 # MEASURE_WIDTH sets the label column.
-declare -A times=()
+declare -A times=() rss=()
 measure() {
   local out="$work/time.out" seconds kib width=${MEASURE_WIDTH:-34}
   if ! /usr/bin/time -f '%e %M' -o "$out" "${@:2}" >/dev/null 2>"$work/err"; then
@@ -28,5 +42,5 @@ measure() {
   fi
   read -r seconds kib <"$out"
   printf '%-*s %8.2f s %9d KiB peak RSS\n' "$width" "$1" "$seconds" "$kib"
-  times[$1]=$seconds
+  times[$1]=$seconds rss[$1]=$kib
 }

@@ -1,6 +1,7 @@
 #include "cloud/downloadfromwsatomicoperation.h"
 
 #include <cstring>
+#include <fcntl.h>
 
 #include "crypto/streamdecryptor.h"
 #include "crypto/zliberrorstring.h"
@@ -17,6 +18,8 @@ const QByteArray global_saltedPrefix = "Salted__";
 // Bytes needed before the first decision: a salt header, a gzip magic.
 const int global_cipherHeaderSize = 16;
 const int global_gzipMagicSize = 3;
+// Written bytes are handed to the disk in steps of this size.
+const qint64 global_writebackStep = 8 * 1024 * 1024;
 
 } // namespace
 
@@ -83,6 +86,7 @@ bool DownloadFromWSAtomicOperation::initializeResponseDataDevice()
         m_clientSideEncryption.setCompressionEnabled(true);
     }
     m_file.reset(new QSaveFile(targetPath()));
+    m_writebackOffset = 0;
     return true;
 }
 
@@ -247,7 +251,19 @@ bool DownloadFromWSAtomicOperation::writeOut(const char* data, qint64 size)
         }
         done += n;
     }
+    startWriteback();
     return true;
+}
+
+// The disk starts on what has arrived while the rest comes, so that the sync
+// before the rename doesn't wait for a whole big file.
+void DownloadFromWSAtomicOperation::startWriteback()
+{
+    const qint64 written = m_file->pos();
+    if (written - m_writebackOffset < global_writebackStep || !m_file->flush())
+        return;
+    ::sync_file_range(m_file->handle(), m_writebackOffset, written - m_writebackOffset, SYNC_FILE_RANGE_WRITE);
+    m_writebackOffset = written;
 }
 
 void DownloadFromWSAtomicOperation::requestFinished()

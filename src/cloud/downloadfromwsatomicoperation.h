@@ -62,6 +62,7 @@ private:
     bool processPlain(const char* data, qint64 size);
     bool inflateAndWrite(const char* data, qint64 size);
     bool writeOut(const char* data, qint64 size);
+    void startWriteback();
     bool flush();
     bool bodyComplete();
     void fail(OpError::ErrorType type, const QString& message);
@@ -72,6 +73,8 @@ private:
     // a cut run leaves the old file or the new one, never a part.
     QSharedPointer<QSaveFile> m_file;
     qint64 m_rangeOffset = 0;
+    // What of the file the disk has been asked to write already.
+    qint64 m_writebackOffset = 0;
     ClientSideEncryption m_clientSideEncryption;
     z_stream m_inflateStream;
     QByteArray m_inflated;

@@ -8,13 +8,13 @@
 #include "net/tlssettings.h"
 
 namespace {
-// Each piece waits for the last to leave: small pieces made an upload cost
-// one pass of the event loop per 2 KiB, a quarter of what the link carries.
+// Each piece waits for the last to leave: 2 KiB pieces cost an event-loop pass each.
 const qint64 global_postPieceSize = 65536;
+// Bounds what a download holds between the socket and the file.
+const qint64 global_socketReadBufferSize = 1024 * 1024;
 } // namespace
 
-// Only the socket's inactivity watch ends a request that gets no answer, a
-// held-back body included.
+// Only the socket's inactivity watch ends a request that gets no answer, held-back body included.
 HttpClient::HttpClient(QObject* parent) : QObject(parent) {}
 
 HttpClient::~HttpClient()
@@ -292,6 +292,9 @@ void HttpClient::slotReadyRead()
         m_reader.reset();
         m_bytesDone = 0;
         m_repost = false;
+        // A body that arrives faster than it is written waits in the kernel,
+        // not in memory.
+        m_socket->setReadBufferSize(global_socketReadBufferSize);
     }
 
     if (m_readHeader && !readResponseHead())
@@ -370,6 +373,8 @@ bool HttpClient::readResponseHead()
 // False: stop this pass without delivering.
 bool HttpClient::readBody(QByteArray& data, bool& complete)
 {
+    if (m_repost) // only drained before a resend: taken whole, past the read limit
+        m_socket->setReadBufferSize(0);
     const HttpResponseReader::BodyResult result =
         m_reader.readBody(m_socket, m_response, m_bytesDone, bytesAvailable(), m_repost, data, complete);
     if (result == HttpResponseReader::BodyInvalid) {

@@ -37,6 +37,11 @@ public:
     static bool plainContent(const Metadata& metadata, const QSharedPointer<AbstractCloudFile>& file, qint64* size,
                              QByteArray* md5);
 
+    // Every object is asked by a head request, even where its listing
+    // settles the question (QUORLE_COMPARE_BY_HEAD=1): the slower path that
+    // the listing's decisions must agree with.
+    static bool headForEveryObject();
+
     // Valid only when the group has no error.
     bool identical() const { return m_identical; }
 
@@ -56,12 +61,16 @@ private:
     // Records one side and goes on with the other, or compares.
     void sideKnown(Side side, const QByteArray& md5, qint64 size, bool checkListedSize);
     void compare();
+    // The side whose listed object may settle the comparison, or 0.
+    int listedObjectToCheck() const;
 
     QSharedPointer<AbstractFile> m_source;
     QSharedPointer<AbstractFile> m_destination;
     QSharedPointer<AbstractFolder> m_destinationFolder;
     SideState m_sides[2];
     bool m_identical = true;
+    // Set while the local MD5 runs that the listed ETag may confirm.
+    int m_listedObject = 0;
 };
 
 #endif
