@@ -14,7 +14,8 @@ run=0
 send() {
   local label=$1 file=$2; shift 2
   # a destination prefix exists once a folder object makes it
-  s3_aws --path s3api put-object --bucket "$BUCKET" --key "run$(( run + 1 ))/" >/dev/null
+  # radosgw may stall for tens of seconds after gigabytes of writes: the folder object waits it out
+  s3_aws --path --cli-read-timeout 300 s3api put-object --bucket "$BUCKET" --key "run$(( run + 1 ))/" >/dev/null
   measure "$label" $(quorle) "$@" "$(dirname "$file")/" "s3://$BUCKET/run$(( ++run ))/"
 }
 
