@@ -61,7 +61,7 @@ echo
 for mib in ${BENCH_SWEEP_MIB:-16 64 256}; do
   mkdir -p "$work/s$mib"
   head -c $(( mib * 1024 * 1024 )) /dev/urandom >"$work/s$mib/file.bin"
-  send "$mib MiB: in parts" "$work/s$mib/file.bin" --multipart-threshold 5M  || true
+  send "$mib MiB: in parts" "$work/s$mib/file.bin" --multipart-threshold 5M || true
   send "$mib MiB: single PUT" "$work/s$mib/file.bin" --multipart-threshold 5G || true
   rm -rf "$work/s$mib"
 done
