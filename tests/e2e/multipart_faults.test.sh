@@ -34,9 +34,9 @@ for action in close reset status; do
   fault_rules "[{\"method\":\"PUT\",\"query\":\"partNumber=2&\",\"action\":\"$action\",\"times\":1}]"
   fault_mark
   upload
-  e2e_expect_eq "part 2 $action once: exit code ($(tail -c 300 "$E2E_OUTPUT"))" 0 "$E2E_STATUS"
-  e2e_expect_eq "part 2 $action once: only part 2 sent again" "1:1 2:2 3:1" "$(sends)"
-  e2e_check "part 2 $action once: the object is whole" \
+  e2e_expect_eq "the second part $action once: exit code ($(tail -c 300 "$E2E_OUTPUT"))" 0 "$E2E_STATUS"
+  e2e_expect_eq "the second part $action once: only it is sent again" "1:1 2:2 3:1" "$(sends)"
+  e2e_check "the second part $action once: the object is whole" \
     cmp "$SRC/big.bin" <(curl -sf "$(_fault_url mp big.bin)")
 done
 
@@ -44,13 +44,13 @@ curl -sf -X DELETE "$(_fault_url mp big.bin)" >/dev/null
 fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"}]'
 fault_mark
 upload
-e2e_expect_eq "part 2 always fails: exit code" 1 "$E2E_STATUS"
-e2e_check "part 2 always fails: the error on stderr" \
+e2e_expect_eq "the second part always fails: exit code" 1 "$E2E_STATUS"
+e2e_check "the second part always fails: the error on stderr" \
   grep -qzE '\*\* Error \*\*.*big\.bin.*InternalError' "$E2E_OUTPUT"
-e2e_check "part 2 always fails: sent at most 9 times ($(sends))" test "$(fault_count 'partNumber=2&')" -le 9
-e2e_expect_eq "part 2 always fails: aborted once" 1 "$(fault_count '^DELETE /mp/big\.bin\?uploadId=.* 204$')"
-e2e_expect_eq "part 2 always fails: no upload left" "" "$(open_uploads)"
-e2e_expect_eq "part 2 always fails: no object" "" "$(fault_keys mp || true)"
+e2e_check "the second part always fails: sent at most 9 times ($(sends))" test "$(fault_count 'partNumber=2&')" -le 9
+e2e_expect_eq "the second part always fails: aborted once" 1 "$(fault_count '^DELETE /mp/big\.bin\?uploadId=.* 204$')"
+e2e_expect_eq "the second part always fails: no upload left" "" "$(open_uploads)"
+e2e_expect_eq "the second part always fails: no object" "" "$(fault_keys mp || true)"
 
 fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"},
               {"method":"DELETE","query":"uploadId=","action":"status","status":503,"code":"SlowDown"}]'
