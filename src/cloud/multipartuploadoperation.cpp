@@ -50,7 +50,7 @@ bool MultipartUploadOperation::prepareNextOperation(AbstractOperation* child)
         break;
     case AbortMultipartAtomicType:
         if (!child->error().isNull())
-            setError(OpError(OpError::GeneralError, QString(),
+            putFirst(OpError(OpError::GeneralError, QString(),
                              tr("The multipart upload %1 could not be aborted: its parts stay in the store "
                                 "until it is").arg(QString::fromLatin1(m_uploadId)),
                              QString()));
@@ -110,6 +110,18 @@ void MultipartUploadOperation::takePart(AbstractOperation* child)
 void MultipartUploadOperation::giveUp()
 {
     append(new AbortMultipartAtomicOperation(this, m_target, m_uploadId));
+}
+
+// Only the first error of a file reaches the console; parts left behind are
+// billed, so their upload id goes before the failure that caused them.
+void MultipartUploadOperation::putFirst(const OpError& error)
+{
+    const QList<OpError> earlier = errors();
+    for (const OpError& e : earlier)
+        removeError(e.errorId());
+    setError(error);
+    for (const OpError& e : earlier)
+        addChildrenError(e);
 }
 
 HttpResponseHeader MultipartUploadOperation::completionAnswer() const

@@ -46,6 +46,7 @@ private:
     void takePart(AbstractOperation* child);
     void appendNextPart();
     void giveUp();
+    void putFirst(const OpError& error);
 
     const QSharedPointer<AbstractCloudFile> m_target;
     const QSharedPointer<QIODevice> m_device;

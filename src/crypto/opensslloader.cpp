@@ -29,6 +29,7 @@ const char* const global_symbolNames[] = {
     "EVP_CIPHER_CTX_free", "EVP_BytesToKey", "EVP_sha1", "RAND_bytes",
     "EVP_CIPHER_CTX_reset", "EVP_CIPHER_get_key_length", "EVP_CIPHER_get_iv_length",
     "EVP_CIPHER_get_block_size", "OSSL_PROVIDER_load", "OSSL_PROVIDER_unload",
+    "OPENSSL_thread_stop",
 };
 
 QHash<QByteArray, void*>& global_symbols()
@@ -209,6 +210,12 @@ bool OpenSslLoader::hasLegacyProvider()
 void* OpenSslLoader::symbol(const char* name)
 {
     return global_symbols().value(QByteArray(name));
+}
+
+void OpenSslLoader::releaseThreadState()
+{
+    if (auto stop = reinterpret_cast<void (*)()>(symbol("OPENSSL_thread_stop")))
+        stop();
 }
 
 QPair<bool, QString> initializeOpenSSL()

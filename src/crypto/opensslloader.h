@@ -28,6 +28,10 @@ void* symbol(const char* name);
 // be loaded at start. A system without it runs, but without Blowfish.
 bool hasLegacyProvider();
 
+// Frees the calling thread's OpenSSL state now. Left to the thread's own
+// exit, that could run after the library's exit handler freed it already.
+void releaseThreadState();
+
 } // namespace OpenSslLoader
 
 // Loads the library, resolves every function and loads the cipher providers;

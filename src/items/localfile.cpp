@@ -53,3 +53,31 @@ void LocalFile::refreshSize()
     FastMutexLocker locker(m_mutex);
     m_size = size;
 }
+
+QPair<qint64, qint64> LocalFile::diskStamp() const
+{
+    const QFileInfo info(path());
+    return {info.size(), info.exists() ? info.lastModified().toMSecsSinceEpoch() : -1};
+}
+
+QByteArray LocalFile::knownMd5() const
+{
+    QByteArray md5;
+    QPair<qint64, qint64> stamp;
+    {
+        FastMutexLocker locker(m_mutex);
+        md5 = m_knownMd5;
+        stamp = m_knownMd5Stamp;
+    }
+    return !md5.isEmpty() && diskStamp() == stamp ? md5 : QByteArray();
+}
+
+void LocalFile::setKnownMd5(const QByteArray& md5, const QPair<qint64, qint64>& stampBeforeRead)
+{
+    // Changed while it was read: the digest belongs to no one state of the file.
+    if (diskStamp() != stampBeforeRead)
+        return;
+    FastMutexLocker locker(m_mutex);
+    m_knownMd5 = md5;
+    m_knownMd5Stamp = stampBeforeRead;
+}

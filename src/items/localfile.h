@@ -1,6 +1,8 @@
 #ifndef LOCALFILE_H
 #define LOCALFILE_H
 
+#include <QPair>
+
 #include "items/abstractfile.h"
 #include "items/abstractlocalcontainer.h"
 #include "items/localpath.h"
@@ -42,10 +44,20 @@ public:
     // means nothing before this.
     void refreshSize();
 
+    // The size and modification time (ms since the epoch) of the file on disk now.
+    QPair<qint64, qint64> diskStamp() const;
+    // The MD5 of the whole content as a pass of this run read it, so that one
+    // run never reads a file twice for it (a comparison, then an upload);
+    // empty once the file on disk no longer has the stamp it had before that read.
+    QByteArray knownMd5() const;
+    void setKnownMd5(const QByteArray& md5, const QPair<qint64, qint64>& stampBeforeRead);
+
 private:
     const LocalPath m_path;
     const QDateTime m_lastModified;
     qint64 m_size;
+    QByteArray m_knownMd5;
+    QPair<qint64, qint64> m_knownMd5Stamp;
 };
 
 #endif

@@ -278,6 +278,16 @@ void LocalOperationRunner::compteMd5CheckSum(LocalMd5AtomicOperation* op)
     const QString path = op->file ? op->file->displayPath() : QString();
     if (op->file)
         log(QStringLiteral("Path : ") + path);
+    // The file itself (no encoded form of it): a digest this run already has will do.
+    const QSharedPointer<LocalFile> local = !op->device && op->file
+            && op->file->fileSystemClass() == AbstractFS::LocalClass
+        ? op->file.staticCast<LocalFile>()
+        : QSharedPointer<LocalFile>();
+    const QPair<qint64, qint64> stamp = local ? local->diskStamp() : QPair<qint64, qint64>();
+    if (local && !(op->md5 = local->knownMd5()).isEmpty()) {
+        logMd5(op->md5);
+        return;
+    }
     QCryptographicHash hash(QCryptographicHash::Md5);
     QSharedPointer<QIODevice> device = op->device;
     if (!device)
@@ -302,8 +312,15 @@ void LocalOperationRunner::compteMd5CheckSum(LocalMd5AtomicOperation* op)
     }
     device->close();
     op->md5 = hash.result();
+    if (local)
+        local->setKnownMd5(op->md5, stamp);
+    logMd5(op->md5);
+}
+
+void LocalOperationRunner::logMd5(const QByteArray& md5)
+{
     log(QStringLiteral("\nMD5 = \"%1\" (\"%2\")")
-            .arg(QString::fromLatin1(op->md5.toHex()), QString::fromLatin1(op->md5.toBase64())));
+            .arg(QString::fromLatin1(md5.toHex()), QString::fromLatin1(md5.toBase64())));
 }
 
 void LocalOperationRunner::encryptLocalFile(EncryptLocalFileAtomicOperation* op)

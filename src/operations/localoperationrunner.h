@@ -48,6 +48,7 @@ private:
                          const QSharedPointer<AbstractLocalContainer>& folder);
     void folderExists(LocalContainerExistsAtomicOperation* op);
     void compteMd5CheckSum(LocalMd5AtomicOperation* op);
+    void logMd5(const QByteArray& md5);
     void encryptLocalFile(EncryptLocalFileAtomicOperation* op);
     void logEncodingSettings(const EncryptLocalFileAtomicOperation* op);
 

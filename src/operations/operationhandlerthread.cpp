@@ -1,5 +1,6 @@
 #include "operations/operationhandlerthread.h"
 
+#include "crypto/opensslloader.h"
 #include "operations/operationhandler.h"
 
 OperationHandlerThread::OperationHandlerThread(QObject* parent)
@@ -21,4 +22,6 @@ void OperationHandlerThread::run()
     m_handler->abort();
     delete m_handler;
     m_handler = nullptr;
+    // Before wait() returns in the main thread, which may then exit.
+    OpenSslLoader::releaseThreadState();
 }

@@ -30,6 +30,8 @@ matches a request decides its fate; a request no rule matches is served normally
     "listing"                 a bucket listing made of "keys" (sizes 1), optionally "truncated"
                               (IsTruncated stays true, NextMarker is always "marker"), and
                               "pad" bytes of XML comment inside the document
+Multipart uploads are served too (initiate, parts, complete, abort, and the bucket's "?uploads"
+listing), so that a fault can hit one part of them.
 The log gets one line per request, tab-separated: seconds since the epoch (ms precision),
 method, path[?query], outcome (a status, or the action taken), the request's Date and Host headers.
 """
@@ -51,6 +53,7 @@ from xml.sax.saxutils import escape
 
 LOCK = threading.Lock()
 BUCKETS = {}      # name -> {key: (body, meta headers dict, mtime)}
+UPLOADS = {}      # upload id -> [bucket, key, meta headers dict, {part number: body}]
 RULES = {"stamp": None, "list": [], "used": {}}
 ARGS = None
 
@@ -253,6 +256,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
             objects = BUCKETS.get(bucket)
             if objects is None:
                 return 404, error_doc("NoSuchBucket"), xml
+            if "uploads" in query or "uploadId" in query:
+                return self.serve_multipart(bucket, key, query, body)
             if "acl" in query:
                 return 200, (b'<?xml version="1.0" encoding="UTF-8"?><AccessControlPolicy><Owner>'
                              b'<ID>fault</ID></Owner><AccessControlList/></AccessControlPolicy>'
@@ -275,9 +280,46 @@ class Handler(http.server.BaseHTTPRequestHandler):
             data, meta, _ = stored
             return 200, data, list(meta.items()) + [("ETag", '"%s"' % hashlib.md5(data).hexdigest())]
 
-    def put_object(self, objects, key, body):
-        meta = {k: v for k, v in self.headers.items()
+    def object_meta(self):
+        return {k: v for k, v in self.headers.items()
                 if k.lower().startswith("x-amz-meta-") or k.lower() == "content-type"}
+
+    def serve_multipart(self, bucket, key, query, body):
+        xml = [("Content-Type", "application/xml")]
+        head = '<?xml version="1.0" encoding="UTF-8"?>'
+        if "uploads" in query and self.command == "GET":
+            items = "".join("<Upload><Key>%s</Key><UploadId>%s</UploadId></Upload>" % (escape(u[1]), i)
+                            for i, u in sorted(UPLOADS.items()) if u[0] == bucket)
+            return 200, ('%s<ListMultipartUploadsResult><Bucket>%s</Bucket><IsTruncated>false'
+                         '</IsTruncated>%s</ListMultipartUploadsResult>'
+                         % (head, escape(bucket), items)).encode(), xml
+        if "uploads" in query:
+            upload_id = "fault-%d" % (len(UPLOADS) + int(time.time() * 1000))
+            UPLOADS[upload_id] = [bucket, key, self.object_meta(), {}]
+            return 200, ('%s<InitiateMultipartUploadResult><Bucket>%s</Bucket><Key>%s</Key><UploadId>%s'
+                         '</UploadId></InitiateMultipartUploadResult>'
+                         % (head, escape(bucket), escape(key), upload_id)).encode(), xml
+        upload = UPLOADS.get(query["uploadId"][0])
+        if upload is None or upload[:2] != [bucket, key]:
+            return 404, error_doc("NoSuchUpload"), xml
+        if self.command == "DELETE":
+            del UPLOADS[query["uploadId"][0]]
+            return 204, b"", []
+        if self.command == "PUT":
+            upload[3][int(query["partNumber"][0])] = body
+            return 200, b"", [("ETag", '"%s"' % hashlib.md5(body).hexdigest())]
+        numbers = [int(n) for n in re.findall(rb"<PartNumber>(\d+)</PartNumber>", body)]
+        if not numbers or any(n not in upload[3] for n in numbers):
+            return 400, error_doc("InvalidPart"), xml
+        data = b"".join(upload[3][n] for n in numbers)
+        BUCKETS[bucket][key] = (data, upload[2], time.time())
+        del UPLOADS[query["uploadId"][0]]
+        return 200, ('%s<CompleteMultipartUploadResult><Key>%s</Key><ETag>&quot;%s-%d&quot;</ETag>'
+                     '</CompleteMultipartUploadResult>'
+                     % (head, escape(key), hashlib.md5(data).hexdigest(), len(numbers))).encode(), xml
+
+    def put_object(self, objects, key, body):
+        meta = self.object_meta()
         source = self.headers.get("x-amz-copy-source")
         if source:
             sbucket, _, skey = urllib.parse.unquote(source).lstrip("/").partition("/")

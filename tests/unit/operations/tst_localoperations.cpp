@@ -46,6 +46,8 @@ private Q_SLOTS:
     void copy();
     void md5_data();
     void md5();
+    void md5ReadOncePerRun_data();
+    void md5ReadOncePerRun();
     void md5StopsBetweenReads_data();
     void md5StopsBetweenReads();
     void handlerLogsHeaderPathAndError();
@@ -435,6 +437,49 @@ void TestLocalOperations::md5()
     run(&op);
     QVERIFY(op.error().isNull());
     QCOMPARE(op.md5, QCryptographicHash::hash(content, QCryptographicHash::Md5));
+}
+
+void TestLocalOperations::md5ReadOncePerRun_data()
+{
+    QTest::addColumn<QByteArray>("rewrite");
+    QTest::addColumn<bool>("keepDate");
+    QTest::addColumn<bool>("asDevice");
+    QTest::addColumn<bool>("reused");
+    // Same size and date back: the first digest stands, which shows the file was not read again.
+    QTest::newRow("unchanged on disk: not read again") << QByteArray("bbbb") << true << false << true;
+    QTest::newRow("rewritten, new date: read again") << QByteArray("bbbb") << false << false << false;
+    QTest::newRow("grown, same date: read again") << QByteArray("bbbbb") << true << false << false;
+    QTest::newRow("an encoded form is never the file") << QByteArray("bbbb") << true << true << false;
+}
+
+void TestLocalOperations::md5ReadOncePerRun()
+{
+    QFETCH(QByteArray, rewrite);
+    QFETCH(bool, keepDate);
+    QFETCH(bool, asDevice);
+    QFETCH(bool, reused);
+    QFile file(path("data"));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("aaaa") == 4);
+    file.close();
+    const QDateTime date = QDateTime::currentDateTimeUtc().addSecs(-100);
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(date, QFileDevice::FileModificationTime));
+    file.close();
+    const QSharedPointer<LocalFile> item = fileAt(path("data"));
+    LocalMd5AtomicOperation first(nullptr, item);
+    run(&first);
+
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(rewrite) == rewrite.size());
+    file.close();
+    const QDateTime newDate = keepDate ? date : date.addSecs(10);
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(newDate, QFileDevice::FileModificationTime));
+    file.close();
+    QByteArray encoded("cc");
+    LocalMd5AtomicOperation second(nullptr, item,
+                                   asDevice ? QSharedPointer<QIODevice>(new QBuffer(&encoded)) : nullptr);
+    run(&second);
+    QVERIFY(second.error().isNull());
+    const QByteArray expected = reused ? QByteArray("aaaa") : asDevice ? encoded : rewrite;
+    QCOMPARE(second.md5, QCryptographicHash::hash(expected, QCryptographicHash::Md5));
 }
 
 void TestLocalOperations::md5StopsBetweenReads_data()
