@@ -21,6 +21,7 @@ public:
     int type() const override { return LocalDriveListAtomicType; }
     QString name() const override { return tr("Drives list"); }
     LocalDriveListAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QSharedPointer<MyComputer> myComputer;
     // The mount table to read; another one only in tests.

@@ -24,6 +24,7 @@ public:
     int type() const override { return LocalFolderListAtomicType; }
     QString name() const override { return tr("List"); }
     LocalFolderListAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     // Inputs.
     QSharedPointer<AbstractLocalContainer> folder;
@@ -42,6 +43,9 @@ public:
         QString reason;
     };
     QList<Unreadable> unreadableFolders;
+
+private:
+    void list(LocalOperationRunner& runner, const QSharedPointer<AbstractLocalContainer>& container);
 };
 
 #endif
