@@ -13,7 +13,6 @@
 
 namespace {
 // The shell copy of whole containers, whose listing already holds the MD5.
-const int global_shellCopyContainerType = 59;
 const int global_destinationMd5Tag = 2;
 } // namespace
 
@@ -51,12 +50,8 @@ void CopyWSFileToLocalOperation::prepareFirstOperation()
         appendDownload();
     else if (!m_compareExisting || BrindleLib::isSkip(mode))
         appendConfirm();
-    else if (parent() && parent()->type() == global_shellCopyContainerType) {
-        m_sourceMd5 = m_source->md5sum();
-        appendDestinationMd5();
-    } else {
+    else
         appendHead();
-    }
 }
 
 void CopyWSFileToLocalOperation::appendDownload()

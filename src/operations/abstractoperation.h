@@ -36,8 +36,6 @@ public:
         GetCloudFileAclType = 24,
         GetS3ContainerAclType = 27,
         HeadWSFileType = 34,
-        LocalDriveListAtomicType = 40,
-        LocalFolderListAtomicType = 41,
         LocalMd5AtomicType = 43,
         OverwriteConfirmType = 46,
         ShellCopyFileType = 60,

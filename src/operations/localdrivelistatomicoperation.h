@@ -18,7 +18,6 @@ class LocalDriveListAtomicOperation : public AbstractLocalOperation
 public:
     LocalDriveListAtomicOperation(OperationGroup* parent, const QSharedPointer<MyComputer>& myComputer);
 
-    int type() const override { return LocalDriveListAtomicType; }
     QString name() const override { return tr("Drives list"); }
     LocalDriveListAtomicOperation* clone(OperationGroup* parent) const override;
     void run(LocalOperationRunner& runner) override;

@@ -21,7 +21,6 @@ public:
                                    BrindleLib::EntryListMode mode, bool includeHidden, bool includeSystem,
                                    bool ignoreSymLinks, const Filter& filter);
 
-    int type() const override { return LocalFolderListAtomicType; }
     QString name() const override { return tr("List"); }
     LocalFolderListAtomicOperation* clone(OperationGroup* parent) const override;
     void run(LocalOperationRunner& runner) override;
