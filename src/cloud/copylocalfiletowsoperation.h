@@ -36,7 +36,6 @@ public:
                                const ServerSideEncryption& serverSideEncryption,
                                const StorageDirective& storageDirective, const Multipart& multipart);
 
-    int type() const override { return CopyLocalFileToWSType; }
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
     bool prepareNextOperation(AbstractOperation* child) override;

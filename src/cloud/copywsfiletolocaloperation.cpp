@@ -13,7 +13,6 @@
 
 namespace {
 // The shell copy of whole containers, whose listing already holds the MD5.
-const int global_shellCopyContainerType = 59;
 const int global_destinationMd5Tag = 2;
 } // namespace
 
@@ -51,34 +50,40 @@ void CopyWSFileToLocalOperation::prepareFirstOperation()
         appendDownload();
     else if (!m_compareExisting || BrindleLib::isSkip(mode))
         appendConfirm();
-    else if (parent() && parent()->type() == global_shellCopyContainerType) {
-        m_sourceMd5 = m_source->md5sum();
-        appendDestinationMd5();
-    } else {
+    else
         appendHead();
-    }
 }
 
 void CopyWSFileToLocalOperation::appendDownload()
 {
-    append(new DownloadOperation(this, m_source, m_destinationFolder, m_decryptionPasswords, m_computeMd5));
+    appendThen(new DownloadOperation(this, m_source, m_destinationFolder, m_decryptionPasswords, m_computeMd5),
+               [this](DownloadOperation* download) { verify(download); });
 }
 
 void CopyWSFileToLocalOperation::appendConfirm()
 {
-    append(new OverwriteConfirmOperation);
+    appendThen(new OverwriteConfirmOperation,
+               [this](OverwriteConfirmOperation* question) { answered(question->overwriteMode()); });
 }
 
 void CopyWSFileToLocalOperation::appendDestinationMd5()
 {
     auto* md5 = new LocalMd5AtomicOperation(this, m_existingLocalFile);
     md5->setTag(global_destinationMd5Tag);
-    append(md5);
+    appendThen(md5, [this](LocalMd5AtomicOperation* done) {
+        if (!done->error().isNull())
+            return;
+        m_destinationMd5 = done->md5;
+        downloadOrConfirm();
+    });
 }
 
 void CopyWSFileToLocalOperation::appendHead()
 {
-    append(new HeadWSFileOperation(this, m_source));
+    appendThen(new HeadWSFileOperation(this, m_source), [this](HeadWSFileOperation* head) {
+        if (head->error().isNull())
+            takeHeadResult(head->file);
+    });
 }
 
 void CopyWSFileToLocalOperation::takeHeadResult(const QSharedPointer<AbstractCloudFile>& file)
@@ -103,50 +108,24 @@ void CopyWSFileToLocalOperation::downloadOrConfirm()
         appendConfirm();
 }
 
-bool CopyWSFileToLocalOperation::prepareNextOperation(AbstractOperation* child)
+void CopyWSFileToLocalOperation::answered(BrindleLib::OverwriteMode answer)
 {
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    switch (child->type()) {
-    case HeadWSFileType:
-        if (child->error().isNull())
-            takeHeadResult(static_cast<HeadWSFileOperation*>(child)->file);
-        break;
-    case LocalMd5AtomicType:
-        if (child->error().isNull() && child->tag() == global_destinationMd5Tag) {
-            m_destinationMd5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;
-            downloadOrConfirm();
-        }
-        break;
-    case OverwriteConfirmType: {
-        const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
-        setOverwriteMode(answer);
-        if (BrindleLib::isOverwrite(answer)) {
-            appendDownload();
-        } else {
-            m_transferSkipped = true;
-            addToTransferProgress(m_source->size());
-        }
-        AbstractOperation* top = topLevelOperation();
-        if (top != this && top->isGroup()
-            && (answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways))
-            static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
-        break;
+    setOverwriteMode(answer);
+    if (BrindleLib::isOverwrite(answer)) {
+        appendDownload();
+    } else {
+        m_transferSkipped = true;
+        addToTransferProgress(m_source->size());
     }
-    case DownloadType:
-        verify(child);
-        break;
-    default:
-        break;
-    }
-    return false;
+    AbstractOperation* top = topLevelOperation();
+    if (top != this && top->isGroup() && (answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways))
+        static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
 }
 
 // Both checksums known and different: the written file stays, and the
 // group fails without a retry.
-void CopyWSFileToLocalOperation::verify(AbstractOperation* child)
+void CopyWSFileToLocalOperation::verify(DownloadOperation* download)
 {
-    auto* download = static_cast<DownloadOperation*>(child);
     const QSharedPointer<LocalFile> file = download->downloadedFile();
     const QByteArray expected = download->sourceMd5();
     const QByteArray written = download->downloadedMd5();

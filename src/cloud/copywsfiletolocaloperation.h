@@ -8,6 +8,7 @@
 
 class AbstractCloudFile;
 class AbstractLocalContainer;
+class DownloadOperation;
 class LocalFile;
 
 // Brings one object to a local folder under the object's own name: decides
@@ -21,10 +22,8 @@ public:
                                const QSharedPointer<AbstractLocalContainer>& destinationFolder, bool computeMd5,
                                bool compareExisting, const DecryptionPasswords& decryptionPasswords);
 
-    int type() const override { return CopyWSFileToLocalType; }
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // What the head of the object found: its item, null when it has gone.
     void takeHeadResult(const QSharedPointer<AbstractCloudFile>& file);
@@ -43,7 +42,8 @@ private:
     void appendDestinationMd5();
     // Downloads or asks, by the mode now known.
     void downloadOrConfirm();
-    void verify(AbstractOperation* child);
+    void verify(DownloadOperation* download);
+    void answered(BrindleLib::OverwriteMode answer);
 
     const QSharedPointer<AbstractCloudFile> m_source;
     const QSharedPointer<AbstractLocalContainer> m_destinationFolder;

@@ -36,7 +36,6 @@ public:
                             const StorageDirective& storageDirective,
                             const ServerSideEncryption& serverSideEncryption);
 
-    int type() const override { return CopyWSFileToWSType; }
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
     bool prepareNextOperation(AbstractOperation* child) override;

@@ -21,42 +21,29 @@ void CreateS3FolderOperation::prepareFirstOperation()
     if (skipCheck)
         appendPut();
     else
-        append(new HeadS3ContainerOperation(this, folder));
+        appendThen(new HeadS3ContainerOperation(this, folder), [this](HeadS3ContainerOperation* head) {
+            if (!head->error().isNull())
+                return;
+            if (!head->foundFolder) {
+                appendPut();
+                return;
+            }
+            createdFolder = head->foundFolder;
+            if (failIfExists)
+                setError(OpError(OpError::GeneralError, QString(),
+                                 tr("Folder '%1' already exists").arg(folderName), QString()));
+        });
 }
 
 void CreateS3FolderOperation::appendPut()
 {
-    append(new S3PutEmptyObjectAtomicOperation(this, parentFolder, folderName,
-                                               acl ? acl->canned() : AbstractAcl::NotCanned));
-}
-
-bool CreateS3FolderOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (!child->error().isNull())
-        return child->type() == HeadS3ContainerType || child->type() == S3PutEmptyObjectAtomicType;
-    switch (child->type()) {
-    case HeadS3ContainerType: {
-        const QSharedPointer<AbstractS3Folder> found = static_cast<HeadS3ContainerOperation*>(child)->foundFolder;
-        if (!found) {
-            appendPut();
-            return true;
-        }
-        createdFolder = found;
-        if (failIfExists)
-            setError(OpError(OpError::GeneralError, QString(), tr("Folder '%1' already exists").arg(folderName),
-                             QString()));
-        return true;
-    }
-    case S3PutEmptyObjectAtomicType: {
-        auto* put = static_cast<S3PutEmptyObjectAtomicOperation*>(child);
-        createdFolder = put->createdS3Folder();
-        if (createdFolder && put->canned() == AbstractAcl::NotCanned && acl)
-            append(new PutS3AclOperation(this, createdFolder, acl));
-        return true;
-    }
-    default:
-        return false;
-    }
+    appendThen(new S3PutEmptyObjectAtomicOperation(this, parentFolder, folderName,
+                                                   acl ? acl->canned() : AbstractAcl::NotCanned),
+               [this](S3PutEmptyObjectAtomicOperation* put) {
+                   if (!put->error().isNull())
+                       return;
+                   createdFolder = put->createdS3Folder();
+                   if (createdFolder && put->canned() == AbstractAcl::NotCanned && acl)
+                       append(new PutS3AclOperation(this, createdFolder, acl));
+               });
 }

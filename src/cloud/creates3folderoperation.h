@@ -23,10 +23,8 @@ public:
                             const QString& name, const QSharedPointer<AbstractAcl>& acl, bool failIfExists,
                             bool skipCheck);
 
-    int type() const override { return CreateS3FolderType; }
     QString name() const override { return tr("Create folder"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractS3Folder> parentFolder;
     QString folderName;

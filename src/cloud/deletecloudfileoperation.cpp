@@ -66,26 +66,14 @@ DeleteCloudFileOperation::DeleteCloudFileOperation(OperationGroup* parent,
 
 void DeleteCloudFileOperation::prepareFirstOperation()
 {
-    append(new DeleteCloudFileAtomicOperation(this, file));
-}
-
-bool DeleteCloudFileOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == DeleteCloudFileAtomicType) {
-        markerFile = static_cast<DeleteCloudFileAtomicOperation*>(child)->markerFile;
+    appendThen(new DeleteCloudFileAtomicOperation(this, file), [this](DeleteCloudFileAtomicOperation* del) {
+        markerFile = del->markerFile;
         // The latest version that the marker now hides, for the display of versions.
-        if (markerFile && child->error().isNull()) {
-            const QSharedPointer<AbstractCloudFile> hidden = Driver::createChildFile(file->folder(), file->name());
-            if (hidden)
-                append(new HeadWSFileOperation(this, hidden));
-        }
-        return true;
-    }
-    if (child->type() == HeadWSFileType) {
-        previousFile = static_cast<HeadWSFileOperation*>(child)->file;
-        return true;
-    }
-    return false;
+        if (!markerFile || !del->error().isNull())
+            return;
+        const QSharedPointer<AbstractCloudFile> hidden = Driver::createChildFile(file->folder(), file->name());
+        if (hidden)
+            appendThen(new HeadWSFileOperation(this, hidden),
+                       [this](HeadWSFileOperation* head) { previousFile = head->file; });
+    });
 }

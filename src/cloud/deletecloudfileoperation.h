@@ -15,7 +15,6 @@ class DeleteCloudFileAtomicOperation : public WSObjectOperation
 public:
     DeleteCloudFileAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file);
 
-    int type() const override { return DeleteCloudFileAtomicType; }
     QString name() const override { return tr("Delete object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::DeleteMethod; }
     bool processResponseData() override;
@@ -36,10 +35,8 @@ class DeleteCloudFileOperation : public OperationGroup
 public:
     DeleteCloudFileOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file);
 
-    int type() const override { return DeleteCloudFileType; }
     QString name() const override { return tr("Delete file"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractCloudFile> file;
     // Null until a versioned store answers: the marker laid, and the version

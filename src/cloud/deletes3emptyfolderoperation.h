@@ -18,7 +18,6 @@ public:
     DeleteS3EmptyFolderAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractWSFolder>& folder);
 
     // Shared with the object delete; each group only ever holds its own kind.
-    int type() const override { return DeleteCloudFileAtomicType; }
     QString name() const override { return tr("Delete object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::DeleteMethod; }
     bool processResponseData() override;
@@ -35,7 +34,6 @@ class DeleteS3EmptyFolderOperation : public OperationGroup
 public:
     DeleteS3EmptyFolderOperation(OperationGroup* parent, const QSharedPointer<AbstractWSFolder>& folder);
 
-    int type() const override { return DeleteS3EmptyFolderType; }
     QString name() const override { return tr("Delete empty folder"); }
     void prepareFirstOperation() override;
 

@@ -32,7 +32,6 @@ public:
                                   const DecryptionPasswords& decryptionPasswords, bool computeMd5);
     ~DownloadFromWSAtomicOperation() override;
 
-    int type() const override { return DownloadFromWSAtomicType; }
     QString name() const override { return tr("Get object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::GetMethod; }
     int transferType() const override { return DownloadTransfer; }

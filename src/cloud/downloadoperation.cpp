@@ -19,17 +19,9 @@ DownloadOperation::DownloadOperation(OperationGroup* parent, const QSharedPointe
 
 void DownloadOperation::prepareFirstOperation()
 {
-    append(new DownloadFromWSAtomicOperation(this, m_source, m_destinationFolder, m_decryptionPasswords,
-                                             m_computeMd5));
-}
-
-bool DownloadOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == DownloadFromWSAtomicType)
-        takeAnswer(child);
-    return false;
+    appendThen(new DownloadFromWSAtomicOperation(this, m_source, m_destinationFolder, m_decryptionPasswords,
+                                                 m_computeMd5),
+               [this](DownloadFromWSAtomicOperation* get) { takeAnswer(get); });
 }
 
 QByteArray DownloadOperation::expectedMd5(const HttpResponseHeader& head, const QByteArray& etagMetadataKey)
@@ -44,9 +36,8 @@ QByteArray DownloadOperation::expectedMd5(const HttpResponseHeader& head, const 
     return QByteArray::fromHex(etag);
 }
 
-void DownloadOperation::takeAnswer(AbstractOperation* child)
+void DownloadOperation::takeAnswer(DownloadFromWSAtomicOperation* get)
 {
-    auto* get = static_cast<DownloadFromWSAtomicOperation*>(child);
     const QByteArray written = get->md5();
     {
         FastMutexLocker locker(m_resultMutex);

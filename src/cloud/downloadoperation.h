@@ -9,6 +9,7 @@
 
 class AbstractCloudFile;
 class AbstractLocalContainer;
+class DownloadFromWSAtomicOperation;
 class LocalFile;
 
 // Runs the GET of one object into its local target and reads back what was
@@ -22,10 +23,8 @@ public:
                       const QSharedPointer<AbstractLocalContainer>& destinationFolder,
                       const DecryptionPasswords& decryptionPasswords, bool computeMd5);
 
-    int type() const override { return DownloadType; }
     QString name() const override { return tr("Download"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // The file as it lies on disk after the transfer; null before or on failure.
     QSharedPointer<LocalFile> downloadedFile() const;
@@ -39,7 +38,7 @@ public:
     static QByteArray expectedMd5(const HttpResponseHeader& head, const QByteArray& etagMetadataKey);
 
 private:
-    void takeAnswer(AbstractOperation* child);
+    void takeAnswer(DownloadFromWSAtomicOperation* get);
 
     const QSharedPointer<AbstractCloudFile> m_source;
     const QSharedPointer<AbstractLocalContainer> m_destinationFolder;

@@ -21,14 +21,6 @@ GetCloudFileAclOperation::GetCloudFileAclOperation(OperationGroup* parent,
 
 void GetCloudFileAclOperation::prepareFirstOperation()
 {
-    append(new GetS3FileAclAtomicOperation(this, file));
-}
-
-bool GetCloudFileAclOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == GetS3FileAclAtomicType)
-        acl = static_cast<GetS3FileAclAtomicOperation*>(child)->acl;
-    return false;
+    appendThen(new GetS3FileAclAtomicOperation(this, file),
+               [this](GetS3FileAclAtomicOperation* get) { acl = get->acl; });
 }

@@ -18,7 +18,6 @@ class GetS3FileAclAtomicOperation : public GetAclRequest<WSObjectOperation>
 public:
     GetS3FileAclAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file);
 
-    int type() const override { return GetS3FileAclAtomicType; }
     QString name() const override { return tr("Get acl"); }
     GetS3FileAclAtomicOperation* clone(OperationGroup* parent) const override;
 };
@@ -36,7 +35,6 @@ public:
     int type() const override { return GetCloudFileAclType; }
     QString name() const override { return tr("Get acl"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractCloudFile> file;
     QSharedPointer<AbstractAcl> acl;

@@ -23,14 +23,6 @@ GetS3ContainerAclOperation::GetS3ContainerAclOperation(OperationGroup* parent,
 
 void GetS3ContainerAclOperation::prepareFirstOperation()
 {
-    append(new GetS3ContainerAclAtomicOperation(this, folder));
-}
-
-bool GetS3ContainerAclOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == GetS3ContainerAclAtomicType)
-        acl = static_cast<GetS3ContainerAclAtomicOperation*>(child)->acl;
-    return false;
+    appendThen(new GetS3ContainerAclAtomicOperation(this, folder),
+               [this](GetS3ContainerAclAtomicOperation* get) { acl = get->acl; });
 }

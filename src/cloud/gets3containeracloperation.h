@@ -18,7 +18,6 @@ class GetS3ContainerAclAtomicOperation : public GetAclRequest<S3ContainerOperati
 public:
     GetS3ContainerAclAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder);
 
-    int type() const override { return GetS3ContainerAclAtomicType; }
     QString name() const override { return tr("Get acl"); }
     GetS3ContainerAclAtomicOperation* clone(OperationGroup* parent) const override;
 };
@@ -38,7 +37,6 @@ public:
     int type() const override { return GetS3ContainerAclType; }
     QString name() const override { return tr("Get acl"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // The container whose list is read.
     QSharedPointer<AbstractS3Folder> folder;

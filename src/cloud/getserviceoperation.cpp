@@ -50,15 +50,6 @@ GetServiceAtomicOperation* GetServiceAtomicOperation::clone(OperationGroup* pare
 GetServiceOperation::GetServiceOperation(OperationGroup* parent, const QSharedPointer<AbstractAccount>& account)
     : OperationGroup(parent), m_account(account)
 {
-    append(new GetServiceAtomicOperation(this, account));
-}
-
-bool GetServiceOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() != GetServiceAtomicType)
-        return false;
-    buckets = static_cast<GetServiceAtomicOperation*>(child)->buckets;
-    return true;
+    appendThen(new GetServiceAtomicOperation(this, account),
+               [this](GetServiceAtomicOperation* get) { buckets = get->buckets; });
 }

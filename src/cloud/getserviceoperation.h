@@ -17,7 +17,6 @@ class GetServiceAtomicOperation : public AbstractCloudStorageOperation
 public:
     GetServiceAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractAccount>& account);
 
-    int type() const override { return GetServiceAtomicType; }
     QString name() const override { return tr("List buckets"); }
     QUrl url() const override;
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::GetMethod; }
@@ -42,9 +41,7 @@ class GetServiceOperation : public OperationGroup
 public:
     GetServiceOperation(OperationGroup* parent, const QSharedPointer<AbstractAccount>& account);
 
-    int type() const override { return GetServiceType; }
     QString name() const override { return tr("List buckets"); }
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractAccount> account() const { return m_account; }
 

@@ -39,17 +39,8 @@ HeadS3ContainerOperation::HeadS3ContainerOperation(OperationGroup* parent,
 
 void HeadS3ContainerOperation::prepareFirstOperation()
 {
-    append(new HeadS3ContainerAtomicOperation(this, folder));
-}
-
-bool HeadS3ContainerOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() != HeadS3ContainerAtomicType)
-        return false;
-    auto* head = static_cast<HeadS3ContainerAtomicOperation*>(child);
-    exists = head->exists;
-    foundFolder = head->foundFolder;
-    return true;
+    appendThen(new HeadS3ContainerAtomicOperation(this, folder), [this](HeadS3ContainerAtomicOperation* head) {
+        exists = head->exists;
+        foundFolder = head->foundFolder;
+    });
 }

@@ -15,7 +15,6 @@ class HeadS3ContainerAtomicOperation : public S3ContainerOperation
 public:
     HeadS3ContainerAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder);
 
-    int type() const override { return HeadS3ContainerAtomicType; }
     QString name() const override { return tr("Head object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::HeadMethod; }
     bool processResponseData() override;
@@ -33,10 +32,8 @@ class HeadS3ContainerOperation : public OperationGroup
 public:
     HeadS3ContainerOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder);
 
-    int type() const override { return HeadS3ContainerType; }
     QString name() const override { return tr("Head Object"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractS3Folder> folder;
     bool exists = false;

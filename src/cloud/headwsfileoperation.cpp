@@ -72,25 +72,16 @@ HeadWSFileOperation::HeadWSFileOperation(OperationGroup* parent, const QSharedPo
 
 void HeadWSFileOperation::prepareFirstOperation()
 {
-    append(new HeadWSFileAtomicOperation(this, source));
-}
-
-bool HeadWSFileOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() != HeadWSFileAtomicType)
-        return false;
-    auto* head = static_cast<HeadWSFileAtomicOperation*>(child);
-    if (head->resultFile) {
-        file = head->resultFile;
-        metadata = head->metadata;
-        clientSideEncryption = head->clientSideEncryption;
-        serverSideEncryption = head->serverSideEncryption;
-    } else if (!head->deleteMarkerVersionId.isEmpty()) {
-        file = deleteMarkerFile(head->deleteMarkerVersionId);
-    }
-    return true;
+    appendThen(new HeadWSFileAtomicOperation(this, source), [this](HeadWSFileAtomicOperation* head) {
+        if (head->resultFile) {
+            file = head->resultFile;
+            metadata = head->metadata;
+            clientSideEncryption = head->clientSideEncryption;
+            serverSideEncryption = head->serverSideEncryption;
+        } else if (!head->deleteMarkerVersionId.isEmpty()) {
+            file = deleteMarkerFile(head->deleteMarkerVersionId);
+        }
+    });
 }
 
 QSharedPointer<AbstractCloudFile> HeadWSFileOperation::deleteMarkerFile(const QByteArray& versionId) const

@@ -19,7 +19,6 @@ class HeadWSFileAtomicOperation : public WSObjectOperation
 public:
     HeadWSFileAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file);
 
-    int type() const override { return HeadWSFileAtomicType; }
     QString name() const override { return tr("Head object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::HeadMethod; }
     bool processResponseData() override;
@@ -47,7 +46,6 @@ public:
     int type() const override { return HeadWSFileType; }
     QString name() const override { return tr("Head Object"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractCloudFile> source;
     // A new item with the answers; null when the object does not exist.

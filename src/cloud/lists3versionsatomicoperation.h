@@ -19,7 +19,6 @@ public:
                                   const QSharedPointer<AbstractCloudFile>& file, const QString& keyMarker,
                                   const QByteArray& versionIdMarker, const QString& maxKeys);
 
-    int type() const override { return ListS3VersionsAtomicType; }
     QString name() const override { return tr("List versions"); }
     QUrl url() const override;
     QUrl canonicalizedResource() const override;

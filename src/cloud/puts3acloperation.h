@@ -21,7 +21,6 @@ public:
     PutS3FileAclAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file,
                                 const QSharedPointer<AbstractAcl>& acl);
 
-    int type() const override { return PutS3FileAclAtomicType; }
     QString name() const override { return tr("Put acl"); }
     PutS3FileAclAtomicOperation* clone(OperationGroup* parent) const override;
 };
@@ -35,7 +34,6 @@ public:
     WSPutContainerAclAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder,
                                      const QSharedPointer<AbstractAcl>& acl);
 
-    int type() const override { return WSPutContainerAclAtomicType; }
     QString name() const override { return tr("Put acl"); }
     WSPutContainerAclAtomicOperation* clone(OperationGroup* parent) const override;
 };
@@ -51,7 +49,6 @@ public:
     PutS3AclOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file,
                       const QSharedPointer<AbstractAcl>& acl);
 
-    int type() const override { return PutS3AclType; }
     QString name() const override { return tr("Put acl"); }
     void prepareFirstOperation() override;
 

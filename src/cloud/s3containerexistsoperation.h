@@ -17,10 +17,8 @@ class S3ContainerExistsOperation : public OperationGroup
 public:
     S3ContainerExistsOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder);
 
-    int type() const override { return S3ContainerExistsType; }
     QString name() const override { return tr("Check bucket exists"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractS3Folder> folder;
     bool exists = false;

@@ -19,7 +19,6 @@ public:
     S3PutEmptyObjectAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
                                     const QString& name, AbstractAcl::Canned canned = AbstractAcl::NotCanned);
 
-    int type() const override { return S3PutEmptyObjectAtomicType; }
     QString name() const override { return tr("Put object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PutMethod; }
     Metadata httpFieldList() const override;

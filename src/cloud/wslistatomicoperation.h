@@ -18,7 +18,6 @@ public:
                           const QSharedPointer<AbstractCloudFile>& file, const QString& marker,
                           const QString& maxKeys);
 
-    int type() const override { return WSListAtomicType; }
     QString name() const override { return tr("List"); }
     QUrl url() const override;
     WSListAtomicOperation* clone(OperationGroup* parent) const override;

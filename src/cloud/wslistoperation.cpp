@@ -35,10 +35,10 @@ void WSListOperation::prepareFirstOperation()
         setError(OpError(OpError::GeneralError, QString(), tr("No bucket above the listed folder"), QString()));
         return;
     }
-    append(makePage(nullptr));
+    appendPage(nullptr);
 }
 
-AbstractWSListAtomicOperation* WSListOperation::makePage(const AbstractWSListAtomicOperation* page)
+void WSListOperation::appendPage(const AbstractWSListAtomicOperation* page)
 {
     AbstractWSListAtomicOperation* next = nullptr;
     if (m_listVersionMode == BrindleLib::ListCurrentVersions) {
@@ -62,22 +62,13 @@ AbstractWSListAtomicOperation* WSListOperation::makePage(const AbstractWSListAto
     }
     if (page)
         next->setFolderMap(page->folderMap());
-    return next;
-}
-
-bool WSListOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() != WSListAtomicType && child->type() != ListS3VersionsAtomicType)
-        return false;
-    if (child->error().isNull())
-        pageFinished(static_cast<AbstractWSListAtomicOperation*>(child));
-    return true;
+    appendThen(next, [this](AbstractWSListAtomicOperation* done) { pageFinished(done); });
 }
 
 void WSListOperation::pageFinished(AbstractWSListAtomicOperation* page)
 {
+    if (!page->error().isNull())
+        return;
     files += page->files;
     for (const QSharedPointer<AbstractFolder>& folder : std::as_const(page->folders)) {
         const QString path = folder->path();
@@ -90,7 +81,7 @@ void WSListOperation::pageFinished(AbstractWSListAtomicOperation* page)
         setError(OpError(OpError::GeneralError, QString(),
                          tr("The listing of the store stays at the same page"), QString()));
     else if (page->hasNextPage())
-        append(makePage(page));
+        appendPage(page);
     page->clearList();
 }
 

@@ -32,7 +32,6 @@ public:
     int type() const override { return WSListType; }
     QString name() const override { return tr("List"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // The listed folder; null in file mode.
     QSharedPointer<AbstractS3Folder> folder() const { return m_folder; }
@@ -49,8 +48,8 @@ public:
     static QSharedPointer<AbstractBucket> bucketOf(const QSharedPointer<AbstractS3Folder>& folder);
 
 private:
-    // The page that follows page, or the first one for a null page.
-    AbstractWSListAtomicOperation* makePage(const AbstractWSListAtomicOperation* page);
+    // Appends the page that follows page, or the first one for a null page.
+    void appendPage(const AbstractWSListAtomicOperation* page);
     void pageFinished(AbstractWSListAtomicOperation* page);
     bool advances(const AbstractWSListAtomicOperation* page) const;
 

@@ -1,13 +1,10 @@
 #include "frontend/commandop.h"
 
-#include "cloud/getserviceoperation.h"
 #include "items/filter.h"
 #include "items/abstractbucket.h"
 #include "items/driver.h"
 #include "items/endpoint.h"
 #include "items/mycomputer.h"
-#include "operations/localdrivelistatomicoperation.h"
-#include "sync/shelllistfolderoperation.h"
 #include "sync/shelllistoperation.h"
 
 CommandOp::CommandOp(OperationGroup* parent, int port, bool listLocalRoots, bool listAccountRoots)
@@ -35,10 +32,7 @@ void CommandOp::prepareFirstOperation()
 {
     if (m_listLocalRoots) {
         QSharedPointer<MyComputer> computer(new MyComputer);
-        auto* listing = new ShellListOperation(this, computer, BrindleLib::ListCurrentVersions, false, false,
-                                               false, Filter());
-        listing->setTag(LocalRootsTag);
-        append(listing);
+        appendRootsListing(computer, m_listAccountRoots);
     } else if (m_listAccountRoots) {
         makeRoot2();
     }
@@ -50,43 +44,22 @@ bool CommandOp::makeRoot2()
         setError(OpError(OpError::GeneralError, QString(), tr("Invalid account"), QString()));
         return false;
     }
-    auto* listing = new ShellListOperation(this, m_account, BrindleLib::ListCurrentVersions, false, false,
-                                           false, Filter());
-    listing->setTag(AccountRootsTag);
-    append(listing);
+    appendRootsListing(m_account, false);
     return true;
 }
 
-bool CommandOp::prepareNextOperation(AbstractOperation* child)
+void CommandOp::appendRootsListing(const QSharedPointer<AbstractContainer>& container, bool accountNext)
 {
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (!child->error().isNull())
-        return true;
-    if (child->type() != ShellListType || (child->tag() != LocalRootsTag && child->tag() != AccountRootsTag))
-        return false;
-    collectRoots(static_cast<OperationGroup*>(child));
-    // The account is listed after the drives, never at the same time.
-    if (child->tag() == LocalRootsTag && m_listAccountRoots)
-        return makeRoot2();
-    return false;
-}
-
-void CommandOp::collectRoots(OperationGroup* listing)
-{
-    for (int i = 0; i < listing->operationCount(); ++i) {
-        AbstractOperation* op = listing->operationAt(i);
-        if (op->type() == LocalDriveListAtomicType) {
-            for (const auto& drive : static_cast<LocalDriveListAtomicOperation*>(op)->drives)
-                m_roots.append(drive);
-        } else if (op->type() == ShellListFolderType) {
-            auto* folderList = static_cast<ShellListFolderOperation*>(op);
-            m_roots.append(folderList->folders);
-        } else if (op->type() == GetServiceType) {
-            for (const auto& bucket : static_cast<GetServiceOperation*>(op)->buckets)
-                m_roots.append(QSharedPointer<AbstractFolder>(bucket));
-        }
-    }
+    appendThen(new ShellListOperation(this, container, BrindleLib::ListCurrentVersions, false, false, false,
+                                      Filter()),
+               [this, accountNext](ShellListOperation* listing) {
+                   if (!listing->error().isNull())
+                       return;
+                   m_roots.append(listing->folders);
+                   // The account is listed after the drives, never at the same time.
+                   if (!accountNext || !makeRoot2())
+                       rootsListed();
+               });
 }
 
 QSharedPointer<AbstractItem> CommandOp::itemFromDisplayPath(const QString& path) const

@@ -14,13 +14,10 @@ class CommandOp : public AbstractShellOperation
     Q_DECLARE_TR_FUNCTIONS(CommandOp)
 
 public:
-    enum RootTag { LocalRootsTag = 1, AccountRootsTag = 2 };
-
     CommandOp(OperationGroup* parent, int port, bool listLocalRoots, bool listAccountRoots);
 
     QString name() const override;
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
     QString sourceDisplayPath() const override { return QString(); }
     QString destinationDisplayPath() const override { return QString(); }
     bool isEffectiveOperation() const override { return false; }
@@ -33,11 +30,12 @@ public:
 
 protected:
     bool makeRoot2();
+    // The roots are known: what the command does next.
+    virtual void rootsListed() {}
     int port() const { return m_port; }
 
 private:
-    void collectRoots(OperationGroup* listing);
-
+    void appendRootsListing(const QSharedPointer<AbstractContainer>& container, bool accountNext);
     int m_port;
     QList<QSharedPointer<AbstractFolder>> m_roots;
     QSharedPointer<AbstractAccount> m_account;

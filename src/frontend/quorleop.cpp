@@ -16,18 +16,6 @@ bool QuorleOp::reachesStore(const QString& source, const QString& destination)
     return !Driver::isLocalDisplayPath(source) || !Driver::isLocalDisplayPath(destination);
 }
 
-bool QuorleOp::prepareNextOperation(AbstractOperation* child)
-{
-    if (CommandOp::prepareNextOperation(child))
-        return true;
-    if (!child->error().isNull())
-        return true;
-    if (child->type() == ShellSyncContainerType)
-        return true;
-    startSync();
-    return true;
-}
-
 QSharedPointer<AbstractFolder> QuorleOp::resolveFolder(const QString& normalized, const QString& typed)
 {
     // Taken as a folder without a look at its kind.

@@ -15,13 +15,14 @@ public:
     QuorleOp(OperationGroup* parent, const QString& source, const QString& destination, const SyncJob& job,
              const TransferSettings& settings, int port);
 
-    int type() const override { return QuorleOpType; }
     QString name() const override { return QStringLiteral("quorle"); }
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // False for two local folders: such a run lists no account and sends
     // no request at all.
     static bool reachesStore(const QString& source, const QString& destination);
+
+protected:
+    void rootsListed() override { startSync(); }
 
 private:
     QSharedPointer<AbstractFolder> resolveFolder(const QString& normalized, const QString& typed);

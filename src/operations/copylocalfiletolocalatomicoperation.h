@@ -18,9 +18,9 @@ public:
                                         const QSharedPointer<AbstractLocalContainer>& destinationFolder,
                                         bool move, const QString& destinationName);
 
-    int type() const override { return CopyLocalFileToLocalAtomicType; }
     QString name() const override { return tr("Copy file"); }
     CopyLocalFileToLocalAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     // Inputs.
     QSharedPointer<AbstractFile> source;

@@ -16,9 +16,9 @@ public:
                                      const QSharedPointer<AbstractLocalContainer>& parentFolder,
                                      const QString& folderName, bool exclusive);
 
-    int type() const override { return CreateLocalFolderAtomicType; }
     QString name() const override { return tr("Create virtual folder"); }
     CreateLocalFolderAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     // Inputs. The operation's own parent() and name() are taken, hence the longer names.
     QSharedPointer<AbstractLocalContainer> parentFolder;

@@ -14,9 +14,9 @@ class DeleteLocalEmptyFolderAtomicOperation : public AbstractLocalOperation
 public:
     DeleteLocalEmptyFolderAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder);
 
-    int type() const override { return DeleteLocalEmptyFolderAtomicType; }
     QString name() const override { return tr("Delete empty folder"); }
     DeleteLocalEmptyFolderAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QSharedPointer<AbstractFolder> folder;
 };

@@ -14,9 +14,9 @@ class DeleteLocalFileAtomicOperation : public AbstractLocalOperation
 public:
     DeleteLocalFileAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file);
 
-    int type() const override { return DeleteLocalFileAtomicType; }
     QString name() const override { return tr("Delete file"); }
     DeleteLocalFileAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QSharedPointer<AbstractFile> file;
 };

@@ -26,6 +26,7 @@ public:
     int type() const override { return EncryptLocalFileAtomicType; }
     QString name() const override;
     EncryptLocalFileAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QByteArray iv() const { return m_iv; }
     void setIV(const QByteArray& iv) { m_iv = iv; }
@@ -38,6 +39,7 @@ public:
     qint64 encodedSize = 0;
 
 private:
+    void logEncodingSettings(LocalOperationRunner& runner) const;
     QByteArray m_iv;
 };
 

@@ -14,9 +14,9 @@ class LocalContainerExistsAtomicOperation : public AbstractLocalOperation
 public:
     LocalContainerExistsAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder);
 
-    int type() const override { return LocalContainerExistsAtomicType; }
     QString name() const override { return tr("Check folder exists"); }
     LocalContainerExistsAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QSharedPointer<AbstractFolder> folder;
     bool exists = false;

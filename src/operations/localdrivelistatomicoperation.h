@@ -18,9 +18,9 @@ class LocalDriveListAtomicOperation : public AbstractLocalOperation
 public:
     LocalDriveListAtomicOperation(OperationGroup* parent, const QSharedPointer<MyComputer>& myComputer);
 
-    int type() const override { return LocalDriveListAtomicType; }
     QString name() const override { return tr("Drives list"); }
     LocalDriveListAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QSharedPointer<MyComputer> myComputer;
     // The mount table to read; another one only in tests.

@@ -21,9 +21,9 @@ public:
                                    BrindleLib::EntryListMode mode, bool includeHidden, bool includeSystem,
                                    bool ignoreSymLinks, const Filter& filter);
 
-    int type() const override { return LocalFolderListAtomicType; }
     QString name() const override { return tr("List"); }
     LocalFolderListAtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     // Inputs.
     QSharedPointer<AbstractLocalContainer> folder;
@@ -42,6 +42,9 @@ public:
         QString reason;
     };
     QList<Unreadable> unreadableFolders;
+
+private:
+    void list(LocalOperationRunner& runner, const QSharedPointer<AbstractLocalContainer>& container);
 };
 
 #endif

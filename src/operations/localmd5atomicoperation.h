@@ -22,6 +22,7 @@ public:
     QString name() const override { return tr("MD5 checksum"); }
     // The copy reads the same device again.
     LocalMd5AtomicOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner& runner) override;
 
     QSharedPointer<AbstractFile> file;
     // Read instead of the file when set.

@@ -161,6 +161,40 @@ AbstractOperation* OperationGroup::takeNextToExecute()
 
 bool OperationGroup::prepareNextOperation(AbstractOperation* child)
 {
+    if (retryOrRedirect(child))
+        return true;
+    runContinuation(child);
+    return false;
+}
+
+void OperationGroup::setContinuation(AbstractOperation* op, Continuation then)
+{
+    QMutexLocker locker(&m_groupMutex);
+    m_continuations.insert(op, std::move(then));
+}
+
+void OperationGroup::passContinuation(AbstractOperation* from, AbstractOperation* to)
+{
+    QMutexLocker locker(&m_groupMutex);
+    const auto found = m_continuations.constFind(from);
+    if (found != m_continuations.cend())
+        m_continuations.insert(to, found.value());
+}
+
+void OperationGroup::runContinuation(AbstractOperation* child)
+{
+    Continuation then;
+    {
+        QMutexLocker locker(&m_groupMutex);
+        then = m_continuations.value(child);
+    }
+    // Outside the lock: a continuation appends, and may reach its parent.
+    if (then)
+        then(child);
+}
+
+bool OperationGroup::retryOrRedirect(AbstractOperation* child)
+{
     QMutexLocker locker(&m_groupMutex);
     if (child->isWebServiceOperation())
         return decideWebRetry(static_cast<AbstractWebServiceOperation*>(child));
@@ -199,6 +233,7 @@ bool OperationGroup::followRedirect(AbstractWebServiceOperation* child)
     AbstractOperation* redirected = WebRetryPolicy::cloneForRedirect(child, this, location);
     redirected->setTag(child->tag());
     redirected->setWaitForPrevious(child->waitForPrevious());
+    passContinuation(child, redirected);
     append(redirected);
     return true;
 }
@@ -255,6 +290,7 @@ void OperationGroup::retry(AbstractOperation* child, RetryCount count)
     replacement->setParent(this);
     replacement->setTag(child->tag());
     replacement->setWaitForPrevious(child->waitForPrevious());
+    passContinuation(child, replacement);
     child->setState(PendingState);
     replacePendingOperation(child, replacement);
 }
@@ -294,11 +330,14 @@ void OperationGroup::clearChildren(bool shellOperationsToo)
         if (child->isFinished())
             m_finishedCount.fetchAndSubOrdered(1);
         m_pending.removeOne(child);
+        m_continuations.remove(child);
         delete child;
     }
     m_operations = kept;
     for (int i = 0; i < m_operations.size(); ++i)
         m_operations.at(i)->setRow(i);
+    for (AbstractOperation* retired : std::as_const(m_retired))
+        m_continuations.remove(retired);
     qDeleteAll(m_retired);
     m_retired.clear();
 }

@@ -1,6 +1,9 @@
 #ifndef OPERATIONGROUP_H
 #define OPERATIONGROUP_H
 
+#include <functional>
+
+#include <QHash>
 #include <QRecursiveMutex>
 
 #include "operations/abstractoperation.h"
@@ -23,9 +26,21 @@ public:
     bool hasLog() const override;
 
     virtual void append(AbstractOperation* op);
+    // Appends a child together with what the group does once it has finished
+    // for good (not retried, not redirected): the continuation runs on the
+    // deciding thread with the child as its own class, and passes to the
+    // clones that retry it.
+    template <class Op, class Then>
+    Op* appendThen(Op* op, Then then)
+    {
+        setContinuation(op, [then](AbstractOperation* done) { then(static_cast<Op*>(done)); });
+        append(op);
+        return op;
+    }
     virtual void prepareFirstOperation() {}
     // Returns true when the child is being retried or redirected: the caller
-    // must then do nothing more for it.
+    // must then do nothing more for it. Otherwise the child's continuation
+    // has run.
     virtual bool prepareNextOperation(AbstractOperation* child);
     virtual AbstractOperation* takeNextToExecute();
     virtual void prepareRetry() {}
@@ -61,6 +76,11 @@ protected:
     QRecursiveMutex& groupMutex() const { return m_groupMutex; }
 
 private:
+    using Continuation = std::function<void(AbstractOperation*)>;
+    void setContinuation(AbstractOperation* op, Continuation then);
+    void passContinuation(AbstractOperation* from, AbstractOperation* to);
+    void runContinuation(AbstractOperation* child);
+    bool retryOrRedirect(AbstractOperation* child);
     bool decideWebRetry(AbstractWebServiceOperation* child);
     bool followRedirect(AbstractWebServiceOperation* child);
     bool retryIfAllowed(AbstractOperation* child);
@@ -84,6 +104,7 @@ private:
     bool m_waitNext = false;
     // Children replaced by their retry clones, freed with the group.
     QList<AbstractOperation*> m_retired;
+    QHash<AbstractOperation*, Continuation> m_continuations;
 };
 
 #endif

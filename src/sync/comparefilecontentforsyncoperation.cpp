@@ -58,33 +58,21 @@ void CompareFileContentForSyncOperation::appendDestinationOp()
 
 void CompareFileContentForSyncOperation::appendSideOp(const QSharedPointer<AbstractFile>& file, Side side)
 {
-    AbstractOperation* op = nullptr;
-    if (file->itemType() == AbstractItem::CloudFileItem)
-        op = new HeadWSFileOperation(this, file.staticCast<AbstractCloudFile>());
-    else if (file->itemType() == AbstractItem::LocalFileItem) {
-        op = new LocalMd5AtomicOperation(this, file);
+    if (file->itemType() == AbstractItem::CloudFileItem) {
+        auto* head = new HeadWSFileOperation(this, file.staticCast<AbstractCloudFile>());
+        head->setTag(side);
+        appendThen(head, [this](HeadWSFileOperation* done) {
+            if (done->error().isNull())
+                headFinished(done);
+        });
+    } else if (file->itemType() == AbstractItem::LocalFileItem) {
+        auto* md5 = new LocalMd5AtomicOperation(this, file);
+        md5->setTag(side);
+        appendThen(md5, [this](LocalMd5AtomicOperation* done) {
+            if (done->error().isNull())
+                md5Finished(done);
+        });
     }
-    if (!op)
-        return;
-    op->setTag(side);
-    append(op);
-}
-
-bool CompareFileContentForSyncOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == HeadWSFileType) {
-        if (child->error().isNull())
-            headFinished(static_cast<HeadWSFileOperation*>(child));
-        return true;
-    }
-    if (child->type() == LocalMd5AtomicType) {
-        if (child->error().isNull())
-            md5Finished(child);
-        return true;
-    }
-    return false;
 }
 
 void CompareFileContentForSyncOperation::headFinished(HeadWSFileOperation* head)
@@ -128,11 +116,10 @@ bool CompareFileContentForSyncOperation::plainContent(const Metadata& metadata,
     return true;
 }
 
-void CompareFileContentForSyncOperation::md5Finished(AbstractOperation* child)
+void CompareFileContentForSyncOperation::md5Finished(LocalMd5AtomicOperation* md5)
 {
-    auto* md5 = static_cast<LocalMd5AtomicOperation*>(child);
     // A size that changed since the listing is noticed here.
-    const QSharedPointer<AbstractFile> file = child->tag() == SourceTag ? m_source : m_destination;
+    const QSharedPointer<AbstractFile> file = md5->tag() == SourceTag ? m_source : m_destination;
     file.staticCast<LocalFile>()->refreshSize();
     if (m_listedObject) {
         const QSharedPointer<AbstractFile>& object = m_listedObject == SourceTag ? m_source : m_destination;
@@ -140,7 +127,7 @@ void CompareFileContentForSyncOperation::md5Finished(AbstractOperation* child)
         if (md5->md5 == object.staticCast<AbstractCloudFile>()->md5sum() && file->size() == object->size())
             return;
     }
-    sideKnown(Side(child->tag()), md5->md5, file->size(), false);
+    sideKnown(Side(md5->tag()), md5->md5, file->size(), false);
 }
 
 void CompareFileContentForSyncOperation::sideKnown(Side side, const QByteArray& md5, qint64 size,

@@ -14,6 +14,7 @@
 // local file is not, and a difference in size spares the read.
 class AbstractCloudFile;
 class HeadWSFileOperation;
+class LocalMd5AtomicOperation;
 
 class CompareFileContentForSyncOperation : public OperationGroup
 {
@@ -26,7 +27,6 @@ public:
 
     int type() const override { return CompareFileContentForSyncType; }
     QString name() const override { return QStringLiteral("Compare"); }
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractFile> source() const { return m_source; }
     QSharedPointer<AbstractFile> destination() const { return m_destination; }
@@ -56,7 +56,7 @@ private:
     void appendSourceOp();
     void appendDestinationOp();
     void appendSideOp(const QSharedPointer<AbstractFile>& file, Side side);
-    void md5Finished(AbstractOperation* child);
+    void md5Finished(LocalMd5AtomicOperation* md5);
     void headFinished(HeadWSFileOperation* head);
     // Records one side and goes on with the other, or compares.
     void sideKnown(Side side, const QByteArray& md5, qint64 size, bool checkListedSize);

@@ -48,7 +48,7 @@ void CopyLocalFileToLocalOperation::prepareFirstOperation()
     for (int tag = 1; tag <= 2; ++tag) {
         auto* md5 = new LocalMd5AtomicOperation(this, files[tag - 1]);
         md5->setTag(tag);
-        append(md5);
+        appendThen(md5, [this](LocalMd5AtomicOperation* done) { md5Finished(done); });
     }
 }
 
@@ -63,7 +63,11 @@ void CopyLocalFileToLocalOperation::decide(BrindleLib::OverwriteMode mode)
 
 void CopyLocalFileToLocalOperation::copyFile()
 {
-    append(new CopyLocalFileToLocalAtomicOperation(this, m_source, m_destination, m_deleteSource, m_fileName));
+    appendThen(new CopyLocalFileToLocalAtomicOperation(this, m_source, m_destination, m_deleteSource, m_fileName),
+               [this](CopyLocalFileToLocalAtomicOperation* copy) {
+                   if (copy->error().isNull())
+                       m_copiedLocalFile = copy->destinationFile.staticCast<LocalFile>();
+               });
 }
 
 void CopyLocalFileToLocalOperation::confirm()
@@ -73,48 +77,30 @@ void CopyLocalFileToLocalOperation::confirm()
         copyFile();
     } else if (mode == BrindleLib::OverwriteAsk) {
         m_existingFile->refreshSize();
-        append(new OverwriteConfirmOperation);
+        appendThen(new OverwriteConfirmOperation, [this](OverwriteConfirmOperation* question) {
+            answered(question->overwriteMode());
+        });
     }
 }
 
-bool CopyLocalFileToLocalOperation::prepareNextOperation(AbstractOperation* child)
+void CopyLocalFileToLocalOperation::answered(BrindleLib::OverwriteMode answer)
 {
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    switch (child->type()) {
-    case OverwriteConfirmType: {
-        const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
-        setOverwriteMode(answer);
-        if (BrindleLib::isOverwrite(answer))
-            copyFile();
-        else
-            m_transferSkipped = true;
-        // An answer "always" holds for the rest of the run.
-        AbstractOperation* top = topLevelOperation();
-        if ((answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways) && top->isGroup())
-            static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
-        break;
-    }
-    case LocalMd5AtomicType:
-        md5Finished(child);
-        break;
-    case CopyLocalFileToLocalAtomicType:
-        if (child->error().isNull())
-            m_copiedLocalFile =
-                static_cast<CopyLocalFileToLocalAtomicOperation*>(child)->destinationFile.staticCast<LocalFile>();
-        break;
-    default:
-        break;
-    }
-    return false;
+    setOverwriteMode(answer);
+    if (BrindleLib::isOverwrite(answer))
+        copyFile();
+    else
+        m_transferSkipped = true;
+    // An answer "always" holds for the rest of the run.
+    AbstractOperation* top = topLevelOperation();
+    if ((answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways) && top->isGroup())
+        static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
 }
 
-void CopyLocalFileToLocalOperation::md5Finished(AbstractOperation* child)
+void CopyLocalFileToLocalOperation::md5Finished(LocalMd5AtomicOperation* child)
 {
     if (!child->error().isNull())
         return;
-    const QByteArray md5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;
-    (child->tag() == 1 ? m_sourceMd5 : m_targetMd5) = md5;
+    (child->tag() == 1 ? m_sourceMd5 : m_targetMd5) = child->md5;
     if (m_sourceMd5.isEmpty() || m_targetMd5.isEmpty())
         return;
     if (m_sourceMd5 == m_targetMd5)

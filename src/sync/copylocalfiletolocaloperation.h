@@ -7,6 +7,8 @@
 #include "items/localfile.h"
 #include "operations/operationgroup.h"
 
+class LocalMd5AtomicOperation;
+
 // A copy between two local folders: decides on an existing target by the
 // run's overwrite mode, then leaves the work to the atomic copy.
 class CopyLocalFileToLocalOperation : public OperationGroup
@@ -19,10 +21,8 @@ public:
                                   const QString& fileName, bool deleteSource, bool compareBeforeAsking,
                                   bool failIfExists);
 
-    int type() const override { return CopyLocalFileToLocalType; }
     QString name() const override { return tr("Copy file"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<LocalFile> source() const { return m_source; }
     QSharedPointer<AbstractLocalContainer> destination() const { return m_destination; }
@@ -35,7 +35,8 @@ private:
     void copyFile();
     void confirm();
     void decide(BrindleLib::OverwriteMode mode);
-    void md5Finished(AbstractOperation* child);
+    void md5Finished(LocalMd5AtomicOperation* child);
+    void answered(BrindleLib::OverwriteMode answer);
     BrindleLib::OverwriteMode topLevelOverwriteMode();
 
     QSharedPointer<LocalFile> m_source;

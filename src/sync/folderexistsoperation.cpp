@@ -13,21 +13,12 @@ void FolderExistsOperation::prepareFirstOperation()
 {
     switch (folder->fileSystemClass()) {
     case AbstractFS::LocalClass:
-        append(new LocalContainerExistsAtomicOperation(this, folder));
+        appendThen(new LocalContainerExistsAtomicOperation(this, folder),
+                   [this](LocalContainerExistsAtomicOperation* check) { exists = check->exists; });
         break;
     case AbstractFS::CloudClass:
-        append(new S3ContainerExistsOperation(this, folder.staticCast<AbstractS3Folder>()));
+        appendThen(new S3ContainerExistsOperation(this, folder.staticCast<AbstractS3Folder>()),
+                   [this](S3ContainerExistsOperation* check) { exists = check->exists; });
         break;
     }
-}
-
-bool FolderExistsOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == LocalContainerExistsAtomicType)
-        exists = static_cast<LocalContainerExistsAtomicOperation*>(child)->exists;
-    else if (child->type() == S3ContainerExistsType)
-        exists = static_cast<S3ContainerExistsOperation*>(child)->exists;
-    return false;
 }

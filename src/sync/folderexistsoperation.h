@@ -18,7 +18,6 @@ public:
     QString name() const override { return tr("Check folder exists"); }
 
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractFolder> folder;
     bool exists = false;

@@ -34,80 +34,60 @@ void ShellCopyFileOperation::dispatch()
     const AbstractItem::ItemType source = m_file->itemType();
     const AbstractFS::FileSystemClass target = m_destinationFolder->fileSystemClass();
     if (source == AbstractItem::CloudFileItem && target == AbstractFS::LocalClass) {
-        append(new CopyWSFileToLocalOperation(this, m_file.staticCast<AbstractCloudFile>(),
-                                              m_destinationFolder.staticCast<AbstractLocalContainer>(),
-                                              m_flags.testFlag(ComputeMd5), m_flags.testFlag(CompareExisting),
-                                              m_settings.decryptionPasswords));
+        appendThen(new CopyWSFileToLocalOperation(this, m_file.staticCast<AbstractCloudFile>(),
+                                                  m_destinationFolder.staticCast<AbstractLocalContainer>(),
+                                                  m_flags.testFlag(ComputeMd5), m_flags.testFlag(CompareExisting),
+                                                  m_settings.decryptionPasswords),
+                   [this](CopyWSFileToLocalOperation* download) {
+                       m_copiedFile = download->downloadedFile();
+                       moveStep(download, download->transferSkipped());
+                   });
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::CloudClass) {
-        append(new CopyLocalFileToWSOperation(this, m_file.staticCast<LocalFile>(),
-                                              m_destinationFolder.staticCast<AbstractS3Folder>(),
-                                              m_settings.aclDirective, m_flags.testFlag(CompareExisting),
-                                              m_overwriteMode, m_settings.clientSideEncryption,
-                                              m_settings.serverSideEncryption, m_settings.storageDirective,
-                                              m_settings.multipart));
+        appendThen(new CopyLocalFileToWSOperation(this, m_file.staticCast<LocalFile>(),
+                                                  m_destinationFolder.staticCast<AbstractS3Folder>(),
+                                                  m_settings.aclDirective, m_flags.testFlag(CompareExisting),
+                                                  m_overwriteMode, m_settings.clientSideEncryption,
+                                                  m_settings.serverSideEncryption, m_settings.storageDirective,
+                                                  m_settings.multipart),
+                   [this](CopyLocalFileToWSOperation* upload) {
+                       m_copiedFile = upload->uploadedFile();
+                       moveStep(upload, upload->transferSkipped());
+                   });
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::LocalClass) {
-        append(new CopyLocalFileToLocalOperation(this, m_file.staticCast<LocalFile>(),
-                                                 m_destinationFolder.staticCast<AbstractLocalContainer>(),
-                                                 m_destinationName, m_flags.testFlag(Move),
-                                                 m_flags.testFlag(CompareExisting),
-                                                 m_flags.testFlag(FailIfExists)));
+        appendThen(new CopyLocalFileToLocalOperation(this, m_file.staticCast<LocalFile>(),
+                                                     m_destinationFolder.staticCast<AbstractLocalContainer>(),
+                                                     m_destinationName, m_flags.testFlag(Move),
+                                                     m_flags.testFlag(CompareExisting),
+                                                     m_flags.testFlag(FailIfExists)),
+                   [this](CopyLocalFileToLocalOperation* copy) {
+                       m_copiedFile = copy->copiedLocalFile();
+                       // The rename has moved the file already.
+                       if (m_flags.testFlag(Move) && copy->error().isNull() && !copy->transferSkipped())
+                           m_sourceGone = true;
+                   });
     } else if (source == AbstractItem::CloudFileItem && target == AbstractFS::CloudClass) {
-        append(new CopyWSFileToWSOperation(this, m_file.staticCast<AbstractCloudFile>(),
-                                           m_destinationFolder.staticCast<AbstractS3Folder>(), m_destinationName,
-                                           m_settings.aclDirective, m_flags.testFlag(FailIfExists),
-                                           MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
-                                           m_overwriteMode, m_settings.storageDirective,
-                                           m_settings.serverSideEncryption));
+        appendThen(new CopyWSFileToWSOperation(this, m_file.staticCast<AbstractCloudFile>(),
+                                               m_destinationFolder.staticCast<AbstractS3Folder>(),
+                                               m_destinationName, m_settings.aclDirective,
+                                               m_flags.testFlag(FailIfExists),
+                                               MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
+                                               m_overwriteMode, m_settings.storageDirective,
+                                               m_settings.serverSideEncryption),
+                   [this](CopyWSFileToWSOperation* copy) { copiedInStore(copy); });
     }
 }
 
-bool ShellCopyFileOperation::prepareNextOperation(AbstractOperation* child)
+void ShellCopyFileOperation::copiedInStore(CopyWSFileToWSOperation* copy)
 {
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    switch (child->type()) {
-    case CopyWSFileToLocalType: {
-        auto* download = static_cast<CopyWSFileToLocalOperation*>(child);
-        m_copiedFile = download->downloadedFile();
-        moveStep(child, download->transferSkipped());
-        break;
+    if (m_flags.testFlag(FailIfExists) && copy->targetExists()) {
+        setError(OpError(OpError::GeneralError, QString(),
+                         tr("A file named '%1' already exists in '%2'.")
+                             .arg(m_file->name(), m_destinationFolder->name()),
+                         QString()));
+        return;
     }
-    case CopyLocalFileToWSType: {
-        auto* upload = static_cast<CopyLocalFileToWSOperation*>(child);
-        m_copiedFile = upload->uploadedFile();
-        moveStep(child, upload->transferSkipped());
-        break;
-    }
-    case CopyLocalFileToLocalType: {
-        auto* copy = static_cast<CopyLocalFileToLocalOperation*>(child);
-        m_copiedFile = copy->copiedLocalFile();
-        // The rename has moved the file already.
-        if (m_flags.testFlag(Move) && child->error().isNull() && !copy->transferSkipped())
-            m_sourceGone = true;
-        break;
-    }
-    case CopyWSFileToWSType: {
-        auto* copy = static_cast<CopyWSFileToWSOperation*>(child);
-        if (m_flags.testFlag(FailIfExists) && copy->targetExists()) {
-            setError(OpError(OpError::GeneralError, QString(),
-                             tr("A file named '%1' already exists in '%2'.")
-                                 .arg(m_file->name(), m_destinationFolder->name()),
-                             QString()));
-            return true;
-        }
-        m_copiedFile = copy->copiedFile();
-        moveStep(child, copy->transferSkipped());
-        break;
-    }
-    case DeleteLocalFileAtomicType:
-    case DeleteCloudFileType:
-        if (m_flags.testFlag(Move) && child->error().isNull())
-            m_sourceGone = true;
-        break;
-    default:
-        break;
-    }
-    return false;
+    m_copiedFile = copy->copiedFile();
+    moveStep(copy, copy->transferSkipped());
 }
 
 // A move removes its source once the copy has succeeded.
@@ -116,7 +96,10 @@ void ShellCopyFileOperation::moveStep(AbstractOperation* child, bool skipped)
     if (!m_flags.testFlag(Move) || !child->error().isNull() || skipped)
         return;
     if (m_file->fileSystemClass() == AbstractFS::LocalClass) {
-        append(new DeleteLocalFileAtomicOperation(this, m_file));
+        appendThen(new DeleteLocalFileAtomicOperation(this, m_file), [this](DeleteLocalFileAtomicOperation* del) {
+            if (del->error().isNull())
+                m_sourceGone = true;
+        });
         return;
     }
     // The delete request of a cloud object is not part of this build yet; the

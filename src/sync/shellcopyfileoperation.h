@@ -9,6 +9,8 @@
 #include "operations/abstractshelloperation.h"
 #include "operations/overwritemode.h"
 
+class CopyWSFileToWSOperation;
+
 // Brings one file to a folder under a given name. It picks the one group
 // that can do it (local copy, upload, download, copy inside a store) and
 // knows nothing of the transfer itself.
@@ -36,7 +38,6 @@ public:
 
     int type() const override { return ShellCopyFileType; }
     QString name() const override;
-    bool prepareNextOperation(AbstractOperation* child) override;
     QString sourceDisplayPath() const override;
     QString destinationDisplayPath() const override;
     bool isEffectiveOperation() const override { return true; }
@@ -48,6 +49,7 @@ public:
 private:
     void dispatch();
     void moveStep(AbstractOperation* child, bool skipped);
+    void copiedInStore(CopyWSFileToWSOperation* copy);
 
     QSharedPointer<AbstractFile> m_file;
     QSharedPointer<AbstractFolder> m_destinationFolder;

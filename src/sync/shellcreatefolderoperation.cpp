@@ -29,12 +29,19 @@ void ShellCreateFolderOperation::prepareFirstOperation()
 {
     switch (parentFolder->fileSystemClass()) {
     case AbstractFS::LocalClass:
-        append(new CreateLocalFolderAtomicOperation(this, parentFolder.staticCast<AbstractLocalContainer>(),
-                                                    folderName, exclusive));
+        appendThen(new CreateLocalFolderAtomicOperation(this, parentFolder.staticCast<AbstractLocalContainer>(),
+                                                        folderName, exclusive),
+                   [this](CreateLocalFolderAtomicOperation* create) { createdFolder = create->folder; });
         break;
     case AbstractFS::CloudClass:
         if (aclDirective.directive() == AclDirective::ContainerAcl)
-            append(new GetS3ContainerAclOperation(this, parentFolder.staticCast<AbstractS3Folder>(), true));
+            appendThen(new GetS3ContainerAclOperation(this, parentFolder.staticCast<AbstractS3Folder>(), true),
+                       [this](GetS3ContainerAclOperation* get) {
+                           if (!get->error().isNull())
+                               return;
+                           aclDirective.setAcl(get->acl);
+                           appendCreateS3Folder();
+                       });
         else
             appendCreateS3Folder();
         break;
@@ -43,20 +50,7 @@ void ShellCreateFolderOperation::prepareFirstOperation()
 
 void ShellCreateFolderOperation::appendCreateS3Folder()
 {
-    append(new CreateS3FolderOperation(this, parentFolder.staticCast<AbstractS3Folder>(), folderName,
-                                       aclDirective.acl(), exclusive, false));
-}
-
-bool ShellCreateFolderOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (AbstractShellOperation::prepareNextOperation(child))
-        return true;
-    if (child->type() == GetS3ContainerAclType && child->error().isNull()) {
-        aclDirective.setAcl(static_cast<GetS3ContainerAclOperation*>(child)->acl);
-        appendCreateS3Folder();
-    } else if (child->type() == CreateLocalFolderAtomicType)
-        createdFolder = static_cast<CreateLocalFolderAtomicOperation*>(child)->folder;
-    else if (child->type() == CreateS3FolderType)
-        createdFolder = static_cast<CreateS3FolderOperation*>(child)->createdFolder;
-    return false;
+    appendThen(new CreateS3FolderOperation(this, parentFolder.staticCast<AbstractS3Folder>(), folderName,
+                                           aclDirective.acl(), exclusive, false),
+               [this](CreateS3FolderOperation* create) { createdFolder = create->createdFolder; });
 }

@@ -16,7 +16,6 @@ public:
     ShellCreateFolderOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& parentFolder,
                                const QString& name, const AclDirective& aclDirective, bool exclusive);
 
-    int type() const override { return ShellCreateFolderType; }
     QString name() const override { return tr("Create folder"); }
     QString sourceDisplayPath() const override { return QString(); }
     // Known once the folder is made.
@@ -26,7 +25,6 @@ public:
     bool createsLocalFolder() const override;
 
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     bool createdFromGui() const { return m_createdFromGui; }
     void setCreatedFromGui(bool fromGui) { m_createdFromGui = fromGui; }

@@ -63,24 +63,21 @@ void ShellDeleteContainerOperation::prepareFirstOperation()
         return;
     // Links are not followed: a deletion must never reach into another tree.
     const auto versions = allVersions ? BrindleLib::ListAllVersions : BrindleLib::ListCurrentVersions;
-    append(new ShellListFolderOperation(this, folder, BrindleLib::ListSubtree, versions, true, true, true,
-                                        Filter()));
+    appendThen(new ShellListFolderOperation(this, folder, BrindleLib::ListSubtree, versions, true, true, true,
+                                            Filter()),
+               [this](ShellListFolderOperation* listing) { takeListing(listing); });
 }
 
-bool ShellDeleteContainerOperation::prepareNextOperation(AbstractOperation* child)
+void ShellDeleteContainerOperation::takeListing(ShellListFolderOperation* listing)
 {
-    if (AbstractShellOperation::prepareNextOperation(child))
-        return true;
-    if (child->type() != ShellListFolderType || !child->error().isNull())
-        return false;
-    auto* listing = static_cast<ShellListFolderOperation*>(child);
+    if (!listing->error().isNull())
+        return;
     files = listing->files;
     folders = listing->folders;
     listing->clearList();
     sortListsConcurrently(&files, &folders);
     listed = true;
     processFolder(folder);
-    return false;
 }
 
 void ShellDeleteContainerOperation::processFolder(const QSharedPointer<AbstractFolder>& current)

@@ -8,6 +8,8 @@
 #include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"
 
+class ShellListFolderOperation;
+
 // Deletes a folder with all it holds: each sub-folder's subtree in an
 // operation of its own, then the folder's files, then the folder itself.
 class ShellDeleteContainerOperation : public AbstractShellOperation
@@ -31,7 +33,6 @@ public:
     bool isEffectiveOperation() const override { return false; }
 
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractFolder> folder;
     QList<QSharedPointer<AbstractFolder>> folders;
@@ -40,6 +41,7 @@ public:
     bool allVersions;
 
 private:
+    void takeListing(ShellListFolderOperation* listing);
     void processFolder(const QSharedPointer<AbstractFolder>& current);
 };
 

@@ -14,7 +14,11 @@ ShellDeleteFileOperation::ShellDeleteFileOperation(OperationGroup* parent, const
         break;
     case AbstractFS::CloudClass:
         // Each version is an item of its own: the file given is the one deleted.
-        append(new DeleteCloudFileOperation(this, file.staticCast<AbstractCloudFile>()));
+        appendThen(new DeleteCloudFileOperation(this, file.staticCast<AbstractCloudFile>()),
+                   [this](DeleteCloudFileOperation* deletion) {
+                       markerFile = deletion->markerFile;
+                       previousFile = deletion->previousFile;
+                   });
         break;
     }
 }
@@ -29,16 +33,4 @@ QString ShellDeleteFileOperation::name() const
             return tr("Delete version");
     }
     return tr("Delete");
-}
-
-bool ShellDeleteFileOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (AbstractShellOperation::prepareNextOperation(child))
-        return true;
-    if (child->type() != DeleteCloudFileType)
-        return false;
-    auto* deletion = static_cast<DeleteCloudFileOperation*>(child);
-    markerFile = deletion->markerFile;
-    previousFile = deletion->previousFile;
-    return true;
 }

@@ -20,7 +20,6 @@ public:
     QString sourceDisplayPath() const override { return file->displayPath(); }
     QString destinationDisplayPath() const override { return QString(); }
     bool isEffectiveOperation() const override { return true; }
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     QSharedPointer<AbstractFile> file;
     bool allVersions;

@@ -23,37 +23,26 @@ void ShellListFolderOperation::prepareFirstOperation()
 {
     switch (folder->fileSystemClass()) {
     case AbstractFS::LocalClass:
-        append(new LocalFolderListAtomicOperation(this, folder.staticCast<AbstractLocalContainer>(),
-                                                  entryListMode, includeHidden, includeSystem,
-                                                  ignoreSymLinks, filter));
+        appendThen(new LocalFolderListAtomicOperation(this, folder.staticCast<AbstractLocalContainer>(),
+                                                      entryListMode, includeHidden, includeSystem,
+                                                      ignoreSymLinks, filter),
+                   [this](LocalFolderListAtomicOperation* listing) {
+                       files = std::exchange(listing->files, {});
+                       folders = std::exchange(listing->folders, {});
+                       unreadableFolders = std::exchange(listing->unreadableFolders, {});
+                   });
         break;
     case AbstractFS::CloudClass:
-        append(new WSListOperation(this, folder.staticCast<AbstractS3Folder>(), entryListMode, listVersionMode,
-                                   filter));
+        appendThen(new WSListOperation(this, folder.staticCast<AbstractS3Folder>(), entryListMode,
+                                       listVersionMode, filter),
+                   [this](WSListOperation* listing) {
+                       files = listing->files;
+                       folders = listing->folders;
+                       listedFolder = listing->folder();
+                       listing->clearList();
+                   });
         break;
     }
-}
-
-bool ShellListFolderOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (AbstractShellOperation::prepareNextOperation(child))
-        return true;
-    if (child->type() == LocalFolderListAtomicType) {
-        auto* listing = static_cast<LocalFolderListAtomicOperation*>(child);
-        files = std::exchange(listing->files, {});
-        folders = std::exchange(listing->folders, {});
-        unreadableFolders = std::exchange(listing->unreadableFolders, {});
-        return true;
-    }
-    if (child->type() == WSListType) {
-        auto* listing = static_cast<WSListOperation*>(child);
-        files = listing->files;
-        folders = listing->folders;
-        listedFolder = listing->folder();
-        listing->clearList();
-        return true;
-    }
-    return false;
 }
 
 void ShellListFolderOperation::clearList()

@@ -29,7 +29,6 @@ public:
     bool isEffectiveOperation() const override { return true; }
 
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // Drops the results once the creator has its copy, so the items are held once.
     void clearList();

@@ -2,6 +2,7 @@
 
 #include "cloud/getserviceoperation.h"
 #include "items/abstractaccount.h"
+#include "items/abstractbucket.h"
 #include "items/abstractfolder.h"
 #include "items/mycomputer.h"
 #include "operations/localdrivelistatomicoperation.h"
@@ -28,15 +29,21 @@ void ShellListOperation::prepareFirstOperation()
     case AbstractItem::LocalFolderItem:
     case AbstractItem::BucketItem:
     case AbstractItem::CloudFolderItem:
-        append(new ShellListFolderOperation(this, container.staticCast<AbstractFolder>(), BrindleLib::ListOneLevel,
-                                            listVersionMode, includeHidden, includeSystem, ignoreSymLinks,
-                                            filter));
+        appendThen(new ShellListFolderOperation(this, container.staticCast<AbstractFolder>(),
+                                                BrindleLib::ListOneLevel, listVersionMode, includeHidden,
+                                                includeSystem, ignoreSymLinks, filter),
+                   [this](ShellListFolderOperation* listing) { folders.append(listing->folders); });
         break;
     case AbstractItem::MyComputerItem:
-        append(new LocalDriveListAtomicOperation(this, container.staticCast<MyComputer>()));
+        appendThen(new LocalDriveListAtomicOperation(this, container.staticCast<MyComputer>()),
+                   [this](LocalDriveListAtomicOperation* listing) { folders.append(listing->drives); });
         break;
     case AbstractItem::AccountItem:
-        append(new GetServiceOperation(this, container.staticCast<AbstractAccount>()));
+        appendThen(new GetServiceOperation(this, container.staticCast<AbstractAccount>()),
+                   [this](GetServiceOperation* get) {
+                       for (const auto& bucket : std::as_const(get->buckets))
+                           folders.append(QSharedPointer<AbstractFolder>(bucket));
+                   });
         break;
     default:
         // Files and the like hold nothing to list: the group ends at once.

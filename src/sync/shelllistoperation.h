@@ -1,10 +1,12 @@
 #ifndef SHELLLISTOPERATION_H
 #define SHELLLISTOPERATION_H
 
+#include <QList>
 #include <QSharedPointer>
 
 #include "items/filter.h"
 #include "items/abstractcontainer.h"
+#include "items/abstractfolder.h"
 #include "operations/abstractshelloperation.h"
 #include "util/brindlelib.h"
 
@@ -20,7 +22,6 @@ public:
                        BrindleLib::ListVersionMode listVersionMode, bool includeHidden, bool includeSystem,
                        bool ignoreSymLinks, const Filter& filter);
 
-    int type() const override { return ShellListType; }
     QString name() const override { return tr("List"); }
     QString sourceDisplayPath() const override { return container->displayPath(); }
     QString destinationDisplayPath() const override { return QString(); }
@@ -34,6 +35,8 @@ public:
     bool includeSystem;
     bool ignoreSymLinks;
     Filter filter;
+    // Result: the folders, drives or buckets found.
+    QList<QSharedPointer<AbstractFolder>> folders;
 };
 
 #endif

@@ -66,7 +66,8 @@ private Q_SLOTS:
     void webRetryDecision_data();
     void webRetryDecision();
     void webFailureStandsAfterNineAttempts();
-    void localFailureStandsAfterFiveAttempts();
+    void continuationSeesOnlyTheLastAttempt_data();
+    void continuationSeesOnlyTheLastAttempt();
     void retriedOperationLeavesNoError();
     void redirectsFollowedUpToFive();
     void redirectWithoutLocationEndsQuietly();
@@ -175,14 +176,46 @@ void TestOperationGroup::webFailureStandsAfterNineAttempts()
     QVERIFY(root.log().contains("first attempt"));
 }
 
-void TestOperationGroup::localFailureStandsAfterFiveAttempts()
+// Retries and redirects are clones: the parent hears once, of the attempt
+// that stands, and a local failure stands after five runs.
+void TestOperationGroup::continuationSeesOnlyTheLastAttempt_data()
 {
-    ListShellOperation root({new ProbeLocalOperation});
-    const int runs = runToEnd(&root, [](AbstractOperation* next, int) {
-        finish(next, OpError(OpError::FileError, QString(), "disk", QString()));
+    QTest::addColumn<QByteArrayList>("answers");
+    QTest::addColumn<bool>("failed");
+
+    QTest::newRow("retried, then done") << QByteArrayList{"net", "net", "ok"} << false;
+    QTest::newRow("redirected, then done") << QByteArrayList{"301", "301", "ok"} << false;
+    QTest::newRow("local failure stands") << QByteArrayList(5, "disk") << true;
+}
+
+void TestOperationGroup::continuationSeesOnlyTheLastAttempt()
+{
+    QFETCH(QByteArrayList, answers);
+    QFETCH(bool, failed);
+    ListShellOperation root;
+    QList<AbstractOperation*> heard;
+    const bool local = answers.first() == "disk";
+    root.appendThen(local ? static_cast<AbstractOperation*>(new ProbeLocalOperation) : new FakeWebOperation,
+                    [&](AbstractOperation* done) { heard << done; });
+    AbstractOperation* last = nullptr;
+    const int runs = runToEnd(&root, [&](AbstractOperation* next, int run) {
+        last = next;
+        const QByteArray answer = answers.value(run);
+        if (answer == "disk") {
+            finish(next, fileError());
+        } else if (answer == "net") {
+            finish(next, networkError(1));
+        } else {
+            static_cast<FakeWebOperation*>(next)->setHttpResponseHeader(HttpResponseHeader(
+                answer == "301" ? "HTTP/1.1 301 Moved\r\nLocation: http://b.example/k\r\n\r\n"
+                                : "HTTP/1.1 200 OK\r\n\r\n"));
+            finish(next);
+        }
     });
-    QCOMPARE(runs, 5);
-    QCOMPARE(root.error().message(), QString("disk"));
+    QCOMPARE(runs, int(answers.size()));
+    QCOMPARE(heard, QList<AbstractOperation*>{last});
+    QCOMPARE(!last->error().isNull(), failed);
+    QCOMPARE(!root.error().isNull(), failed);
 }
 
 void TestOperationGroup::retriedOperationLeavesNoError()

@@ -18,12 +18,10 @@ void HandlerProbe::enter()
     inFlight.fetchAndSubOrdered(1);
 }
 
-int ProbeLocalOperation::type() const
+void ProbeLocalOperation::run(LocalOperationRunner&)
 {
-    // The handler asks for the type on its own thread to pick the action.
-    if (m_probe && QThread::currentThread() != QCoreApplication::instance()->thread())
+    if (m_probe)
         m_probe->enter();
-    return 9997;
 }
 
 ProbeLocalOperation* ProbeLocalOperation::clone(OperationGroup* parent) const

@@ -28,9 +28,10 @@ class ProbeLocalOperation : public AbstractLocalOperation
 {
 public:
     explicit ProbeLocalOperation(HandlerProbe* probe = nullptr) : m_probe(probe) {}
-    int type() const override;
+    int type() const override { return 9997; }
     QString name() const override { return QStringLiteral("Probe"); }
     ProbeLocalOperation* clone(OperationGroup* parent) const override;
+    void run(LocalOperationRunner&) override;
 
 private:
     HandlerProbe* m_probe;
