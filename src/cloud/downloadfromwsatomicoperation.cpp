@@ -11,6 +11,7 @@
 #include "items/driver.h"
 #include "net/httpclient.h"
 #include "operations/operationhandler.h"
+#include "util/savefilecommit.h"
 
 namespace {
 const char global_gzipMagic[] = {char(0x1f), char(0x8b), char(0x08)};
@@ -273,8 +274,9 @@ void DownloadFromWSAtomicOperation::requestFinished()
         return;
     }
     if (error().isNull() && m_file && bodyComplete() && flush()) {
-        if (!m_file->commit()) {
-            fail(OpError::FileError, m_file->errorString());
+        QString reason;
+        if (!commitSaveFile(*m_file, &reason)) {
+            fail(OpError::FileError, reason);
             return;
         }
         if (m_md5Hash) {
@@ -338,8 +340,10 @@ void DownloadFromWSAtomicOperation::release()
     }
     if (m_openSsl)
         m_openSsl->cleanUp();
-    // Whatever was written is dropped with the temporary file; the target
-    // stays as it was.
-    if (m_file && m_file->isOpen())
+    // Whatever was written is dropped with the temporary file, at once (its
+    // space may be what the next file needs); the target stays as it was.
+    if (m_file && m_file->isOpen()) {
         m_file->cancelWriting();
+        m_file->commit();
+    }
 }

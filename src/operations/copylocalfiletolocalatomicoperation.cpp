@@ -6,6 +6,7 @@
 
 #include "items/localfile.h"
 #include "operations/localoperationrunner.h"
+#include "util/savefilecommit.h"
 
 CopyLocalFileToLocalAtomicOperation::CopyLocalFileToLocalAtomicOperation(
     OperationGroup* parent, const QSharedPointer<AbstractFile>& source,
@@ -54,10 +55,8 @@ bool copyAtomically(QFile& source, const QString& targetPath, QString* reason)
             return false;
         }
     }
-    if (!target.commit()) {
-        *reason = target.errorString();
+    if (!commitSaveFile(target, reason))
         return false;
-    }
     QFile::setPermissions(targetPath, source.permissions());
     return true;
 }

@@ -76,7 +76,9 @@ e2e_check "unwritable destination: fails at once ($SECONDS s)" test "$SECONDS" -
 e2e_expect_eq "unwritable destination: left empty" "" "$(ls -A "$E2E_WORK/locked")"
 
 # A destination that fills up: a 1 MiB tmpfs, mounted in a mount namespace of its own, takes the
-# small file and not the 2 MiB one. What it holds is copied out before the namespace goes.
+# small file and not the 2 MiB one (one at a time, so that the small one is not written while the
+# big one holds the space). Filled beforehand (FILL=1), it takes nothing, and no empty file may pass
+# for a copied one. What it holds is copied out before the namespace goes.
 head -c $(( 2 * 1024 * 1024 )) /dev/urandom >"$E2E_WORK/big.bin"
 curl -sf -X PUT --data-binary @"$E2E_WORK/big.bin" "$(_fault_url fb big.bin)" >/dev/null
 FULL=$E2E_WORK/full SEEN=$E2E_WORK/seen
@@ -86,7 +88,9 @@ cat >"$E2E_WORK/in-full" <<EOS
 [ "\$1" = --inside ] || exec unshare -m --propagation private "\$0" --inside "\$@"
 shift
 mount -t tmpfs -o size=1m quorle-full '$FULL' || exit 99
+[ -z "\$FILL" ] || cat /dev/zero >'$FULL/.fill' 2>/dev/null
 '$QUORLE_BINARY' "\$@"; rc=\$?
+rm -f '$FULL/.fill'
 cp -a '$FULL/.' '$SEEN/'
 exit \$rc
 EOS
@@ -94,13 +98,20 @@ chmod 755 "$E2E_WORK/in-full"
 if ! why=$(unshare -m --propagation private mount -t tmpfs -o size=1m quorle-probe "$FULL" 2>&1); then
   e2e_skip "full destination: no private tmpfs here (unshare -m, then mount): $why"
 else
-  QUORLE_BINARY=$E2E_WORK/in-full fault_quorle s3://fb/ "$FULL/"
+  QUORLE_BINARY=$E2E_WORK/in-full fault_quorle -t 1 s3://fb/ "$FULL/"
   e2e_expect_eq "full destination: exit code" 1 "$E2E_STATUS"
   e2e_check "full destination: the reason, in the summary" \
     bash -c 'tail -n 2 "$1" | tr "\n" " " | grep -qE "^Failed: 1 .*big.bin.*No space left on device"' - "$E2E_OUTPUT"
   e2e_expect_eq "full destination: no partial file, the rest whole" "fine.txt" \
     "$(cd "$SEEN" && ls -A | xargs)"
   e2e_check "full destination: the file that fit" cmp "$SRC/fine.txt" "$SEEN/fine.txt"
+  rm -rf "$SEEN"; mkdir -p "$SEEN"
+  export FILL=1
+  QUORLE_BINARY=$E2E_WORK/in-full fault_quorle --dont-delete s3://fb/ "$FULL/"
+  unset FILL
+  e2e_expect_eq "destination full beforehand: exit code" 1 "$E2E_STATUS"
+  e2e_check "destination full beforehand: the reason" grep -q "fine.txt.*No space left on device" "$E2E_OUTPUT"
+  e2e_expect_eq "destination full beforehand: no file, not even an empty one" "" "$(ls -A "$SEEN")"
 fi
 
 fault_stop
