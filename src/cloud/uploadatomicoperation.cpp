@@ -8,10 +8,6 @@
 #include "items/localfile.h"
 #include "util/contenttypesmanager.h"
 
-namespace {
-const qint64 global_smallBodySize = 65536;
-} // namespace
-
 const QByteArray UploadAtomicOperation::_expect = "Expect";
 const QByteArray UploadAtomicOperation::_100Continue = "100-continue";
 const QByteArray UploadAtomicOperation::_contentType = "Content-type";
@@ -63,9 +59,7 @@ Metadata UploadAtomicOperation::httpFieldList() const
     fields.append(objectFields(account, m_source->name(), m_metadata, m_canned, m_storageDirective,
                                m_serverSideEncryption));
     fields.append(HttpField(_contentLength, QByteArray::number(m_size)));
-    // A small body leaves with its head: a 100 would cost a round trip and
-    // spare nothing.
-    if (account->hasFeature(AbstractAccount::ExpectContinueFeature) && m_size > global_smallBodySize)
+    if (account->hasFeature(AbstractAccount::ExpectContinueFeature))
         fields.append(HttpField(_expect, _100Continue));
     if (!m_contentMd5.isEmpty())
         fields.append(HttpField("Content-MD5", m_contentMd5.toBase64()));
