@@ -25,47 +25,15 @@ MultipartUploadOperation::MultipartUploadOperation(OperationGroup* parent,
 
 void MultipartUploadOperation::prepareFirstOperation()
 {
-    append(new InitiateMultipartAtomicOperation(this, m_target, m_objectFields));
+    appendThen(new InitiateMultipartAtomicOperation(this, m_target, m_objectFields),
+               [this](InitiateMultipartAtomicOperation* done) { takeInitiated(done); });
 }
 
-bool MultipartUploadOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    switch (child->type()) {
-    case InitiateMultipartAtomicType:
-        takeInitiated(child);
-        break;
-    case UploadPartAtomicType:
-    case CopyPartAtomicType:
-        takePart(child);
-        break;
-    case CompleteMultipartAtomicType:
-        if (!child->error().isNull()) {
-            giveUp();
-        } else {
-            FastMutexLocker locker(m_resultMutex);
-            m_completionAnswer = static_cast<CompleteMultipartAtomicOperation*>(child)->httpResponseHeader();
-        }
-        break;
-    case AbortMultipartAtomicType:
-        if (!child->error().isNull())
-            putFirst(OpError(OpError::GeneralError, QString(),
-                             tr("The multipart upload %1 could not be aborted: its parts stay in the store "
-                                "until it is").arg(QString::fromLatin1(m_uploadId)),
-                             QString()));
-        break;
-    default:
-        break;
-    }
-    return false;
-}
-
-void MultipartUploadOperation::takeInitiated(AbstractOperation* child)
+void MultipartUploadOperation::takeInitiated(const InitiateMultipartAtomicOperation* child)
 {
     if (!child->error().isNull())
         return;
-    m_uploadId = static_cast<InitiateMultipartAtomicOperation*>(child)->newUploadId;
+    m_uploadId = child->newUploadId;
     const int count = Multipart::partCount(m_size, m_partSize);
     for (int i = 0; i < count; ++i)
         m_partETags.append(QByteArray());
@@ -79,17 +47,19 @@ void MultipartUploadOperation::appendNextPart()
     ++m_running;
     const qint64 offset = Multipart::partOffset(number, m_partSize);
     const qint64 length = Multipart::partLength(number, m_size, m_partSize);
+    const auto then = [this](PartAtomicOperation* done) { takePart(done); };
     if (m_copySource)
-        append(new CopyPartAtomicOperation(this, m_target, m_uploadId, number, m_copySource, offset, length));
+        appendThen<PartAtomicOperation>(
+            new CopyPartAtomicOperation(this, m_target, m_uploadId, number, m_copySource, offset, length), then);
     else
-        append(new UploadPartAtomicOperation(this, m_target, m_uploadId, number, m_path, offset, length));
+        appendThen<PartAtomicOperation>(
+            new UploadPartAtomicOperation(this, m_target, m_uploadId, number, m_path, offset, length), then);
 }
 
 // Called once a part has its final outcome: retries are behind it.
-void MultipartUploadOperation::takePart(AbstractOperation* child)
+void MultipartUploadOperation::takePart(const PartAtomicOperation* part)
 {
     --m_running;
-    auto* part = static_cast<PartAtomicOperation*>(child);
     if (!part->error().isNull())
         m_failed = true;
     else
@@ -104,12 +74,27 @@ void MultipartUploadOperation::takePart(AbstractOperation* child)
     if (m_nextPart <= m_partETags.size())
         appendNextPart();
     else if (m_partsDone == m_partETags.size())
-        append(new CompleteMultipartAtomicOperation(this, m_target, m_uploadId, m_partETags));
+        appendThen(new CompleteMultipartAtomicOperation(this, m_target, m_uploadId, m_partETags),
+                   [this](CompleteMultipartAtomicOperation* done) {
+                       if (!done->error().isNull()) {
+                           giveUp();
+                           return;
+                       }
+                       FastMutexLocker locker(m_resultMutex);
+                       m_completionAnswer = done->httpResponseHeader();
+                   });
 }
 
 void MultipartUploadOperation::giveUp()
 {
-    append(new AbortMultipartAtomicOperation(this, m_target, m_uploadId));
+    appendThen(new AbortMultipartAtomicOperation(this, m_target, m_uploadId),
+               [this](AbortMultipartAtomicOperation* done) {
+                   if (!done->error().isNull())
+                       putFirst(OpError(OpError::GeneralError, QString(),
+                                        tr("The multipart upload %1 could not be aborted: its parts stay in the "
+                                           "store until it is").arg(QString::fromLatin1(m_uploadId)),
+                                        QString()));
+               });
 }
 
 // Only the first error of a file reaches the console; parts left behind are

@@ -11,6 +11,8 @@
 #include "operations/operationgroup.h"
 
 class AbstractCloudFile;
+class InitiateMultipartAtomicOperation;
+class PartAtomicOperation;
 
 // One object sent as a multipart upload: initiate, the parts (at most
 // partsInFlight on the wire, each its own request and so retried alone),
@@ -34,7 +36,6 @@ public:
     int type() const override { return MultipartUploadType; }
     QString name() const override { return tr("Multipart upload"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // The head of the store's answer to the completion; invalid until then.
     HttpResponseHeader completionAnswer() const;
@@ -42,8 +43,8 @@ public:
     int partCount() const { return m_partETags.size(); }
 
 private:
-    void takeInitiated(AbstractOperation* child);
-    void takePart(AbstractOperation* child);
+    void takeInitiated(const InitiateMultipartAtomicOperation* child);
+    void takePart(const PartAtomicOperation* part);
     void appendNextPart();
     void giveUp();
     void putFirst(const OpError& error);

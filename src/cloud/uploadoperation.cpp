@@ -28,7 +28,8 @@ UploadOperation::UploadOperation(OperationGroup* parent, const QSharedPointer<Lo
 void UploadOperation::prepareFirstOperation()
 {
     if (m_aclDirective.directive() == AclDirective::ContainerAcl)
-        append(new GetS3ContainerAclOperation(this, m_folder, true));
+        appendThen(new GetS3ContainerAclOperation(this, m_folder, true),
+                   [this](GetS3ContainerAclOperation* done) { takeContainerAcl(done); });
     else
         appendUploadToWsOp();
 }
@@ -42,39 +43,28 @@ void UploadOperation::appendUploadToWsOp()
         const Metadata fields = UploadAtomicOperation::objectFields(
             m_folder->account(), m_source->name(), m_metadata, m_aclDirective.canned(), m_storageDirective,
             m_serverSideEncryption);
-        append(new MultipartUploadOperation(this, Driver::createChildFile(m_folder, m_source->name()), m_device,
-                                            file->fileName(), m_size, fields, m_multipart.partsInFlight()));
+        appendThen(new MultipartUploadOperation(this, Driver::createChildFile(m_folder, m_source->name()), m_device,
+                                                file->fileName(), m_size, fields, m_multipart.partsInFlight()),
+                   [this](MultipartUploadOperation* done) {
+                       takeAnswer(done, done->completionAnswer(), m_aclDirective.canned());
+                   });
         return;
     }
-    append(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_aclDirective.canned(),
-                                     m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption,
-                                     m_multipart));
+    appendThen(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_aclDirective.canned(),
+                                         m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption,
+                                         m_multipart),
+               [this](UploadAtomicOperation* done) { takeAnswer(done, done->httpResponseHeader(), done->canned()); });
 }
 
 // Without the bucket's list (none there, or not readable) the object takes
 // the store's default.
-void UploadOperation::takeContainerAcl(AbstractOperation* child)
+void UploadOperation::takeContainerAcl(const GetS3ContainerAclOperation* child)
 {
-    const QSharedPointer<AbstractAcl> acl = static_cast<GetS3ContainerAclOperation*>(child)->acl;
+    const QSharedPointer<AbstractAcl> acl = child->acl;
     m_aclDirective = AclDirective(AclDirective::UseAcl, acl);
     if (acl && acl->owner())
         m_owner = acl->owner();
     appendUploadToWsOp();
-}
-
-bool UploadOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    if (child->type() == GetS3ContainerAclType)
-        takeContainerAcl(child);
-    else if (child->type() == UploadAtomicType)
-        takeAnswer(child, static_cast<UploadAtomicOperation*>(child)->httpResponseHeader(),
-                   static_cast<UploadAtomicOperation*>(child)->canned());
-    else if (child->type() == MultipartUploadType)
-        takeAnswer(child, static_cast<MultipartUploadOperation*>(child)->completionAnswer(),
-                   m_aclDirective.canned());
-    return false;
 }
 
 // The item is made from what the answer says: its date is the server's
@@ -108,7 +98,7 @@ void UploadOperation::clearSourceDevice()
     m_device.reset();
     for (int i = 0; i < operationCount(); ++i) {
         AbstractOperation* op = operationAt(i);
-        if (op->type() == UploadAtomicType)
-            static_cast<UploadAtomicOperation*>(op)->clearDevice();
+        if (auto* upload = dynamic_cast<UploadAtomicOperation*>(op))
+            upload->clearDevice();
     }
 }

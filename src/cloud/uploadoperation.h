@@ -16,6 +16,7 @@
 class AbstractCloudFile;
 class AbstractS3Folder;
 class AbstractUser;
+class GetS3ContainerAclOperation;
 class LocalFile;
 
 // Sends a prepared stream as one object and turns the store's answer into the
@@ -37,7 +38,6 @@ public:
     int type() const override { return UploadType; }
     QString name() const override { return tr("Upload"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // The object after a successful PUT; null before or after a failure.
     QSharedPointer<AbstractCloudFile> uploadedFile() const;
@@ -48,7 +48,7 @@ private:
     // The object as the store's answer to its PUT, or to the completion of
     // its parts, describes it.
     void takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer, AbstractAcl::Canned canned);
-    void takeContainerAcl(AbstractOperation* child);
+    void takeContainerAcl(const GetS3ContainerAclOperation* child);
 
     const QSharedPointer<LocalFile> m_source;
     QSharedPointer<QIODevice> m_device;
