@@ -63,7 +63,11 @@ void CopyLocalFileToWSOperation::prepareFirstOperation()
 
 void CopyLocalFileToWSOperation::appendHead()
 {
-    append(new HeadWSFileOperation(this, Driver::createChildFile(m_destinationFolder, m_source->name())));
+    appendThen(new HeadWSFileOperation(this, Driver::createChildFile(m_destinationFolder, m_source->name())),
+               [this](HeadWSFileOperation* head) {
+                   if (head->error().isNull())
+                       takeExistingObject(head->file, head->metadata);
+               });
 }
 
 void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<AbstractCloudFile>& file,
@@ -89,7 +93,8 @@ void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<Abstrac
     }
     const BrindleLib::OverwriteMode mode = static_cast<OperationGroup*>(top)->overwriteMode();
     if (mode == BrindleLib::OverwriteAsk) {
-        append(new OverwriteConfirmOperation);
+        appendThen(new OverwriteConfirmOperation,
+                   [this](OverwriteConfirmOperation* question) { takeOverwriteAnswer(question->overwriteMode()); });
     } else if (BrindleLib::isSkip(mode)) {
         m_transferSkipped = true;
         addToTransferProgress(m_size);
@@ -110,7 +115,10 @@ void CopyLocalFileToWSOperation::decide(BrindleLib::OverwriteMode mode)
 void CopyLocalFileToWSOperation::overwrite()
 {
     if (m_overwriteMode.keepAcl())
-        append(new GetCloudFileAclOperation(this, m_existingFile));
+        appendThen(new GetCloudFileAclOperation(this, m_existingFile), [this](GetCloudFileAclOperation* read) {
+            m_aclDirective = AclDirective(AclDirective::UseAcl, read->acl);
+            start();
+        });
     else
         start();
 }
@@ -141,7 +149,7 @@ void CopyLocalFileToWSOperation::appendMd5(const QSharedPointer<QIODevice>& devi
 {
     auto* md5 = new LocalMd5AtomicOperation(this, m_source, device);
     md5->setTag(tag);
-    append(md5);
+    appendThen(md5, [this](LocalMd5AtomicOperation* done) { takeMd5(done); });
 }
 
 void CopyLocalFileToWSOperation::appendComputeMd5AfterOp()
@@ -151,7 +159,14 @@ void CopyLocalFileToWSOperation::appendComputeMd5AfterOp()
 
 void CopyLocalFileToWSOperation::appendEncryptOp()
 {
-    append(new EncryptLocalFileAtomicOperation(this, m_source, m_clientSideEncryption));
+    appendThen(new EncryptLocalFileAtomicOperation(this, m_source, m_clientSideEncryption),
+               [this](EncryptLocalFileAtomicOperation* encrypt) {
+                   if (!encrypt->error().isNull())
+                       return;
+                   const QSharedPointer<QIODevice> device = encrypt->device;
+                   encrypt->device.reset();
+                   takeEncodedForm(device, encrypt->encodedSize, encrypt->iv());
+               });
 }
 
 void CopyLocalFileToWSOperation::takeEncodedForm(const QSharedPointer<QIODevice>& device, qint64 encodedSize,
@@ -201,73 +216,39 @@ void CopyLocalFileToWSOperation::appendUploadToWSOp()
         countUploadSize(file->size());
         m_uploadDevice.reset(file);
     }
-    append(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_aclDirective,
-                               m_contentMd5,
-                               m_metadata, m_storageDirective, m_serverSideEncryption, m_multipart));
+    appendThen(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_aclDirective,
+                                   m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption, m_multipart),
+               [this](UploadOperation* upload) { takeUpload(upload); });
 }
 
-bool CopyLocalFileToWSOperation::prepareNextOperation(AbstractOperation* child)
+void CopyLocalFileToWSOperation::takeOverwriteAnswer(BrindleLib::OverwriteMode answer)
 {
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    switch (child->type()) {
-    case HeadWSFileType: {
-        auto* head = static_cast<HeadWSFileOperation*>(child);
-        if (head->error().isNull())
-            takeExistingObject(head->file, head->metadata);
-        break;
+    setOverwriteMode(answer);
+    decide(answer);
+    AbstractOperation* top = topLevelOperation();
+    if (top != this && top->isGroup() && (answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways))
+        static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
+}
+
+void CopyLocalFileToWSOperation::takeUpload(UploadOperation* upload)
+{
+    if (!upload->error().isNull())
+        return;
+    {
+        FastMutexLocker locker(m_resultMutex);
+        m_uploadedFile = upload->uploadedFile();
     }
-    case OverwriteConfirmType: {
-        const BrindleLib::OverwriteMode answer = static_cast<OverwriteConfirmOperation*>(child)->overwriteMode();
-        setOverwriteMode(answer);
-        decide(answer);
-        AbstractOperation* top = topLevelOperation();
-        if (top != this && top->isGroup()
-            && (answer == BrindleLib::OverwriteAlways || answer == BrindleLib::SkipAlways))
-            static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
-        break;
-    }
-    case GetCloudFileAclType:
-        m_aclDirective = AclDirective(AclDirective::UseAcl, static_cast<GetCloudFileAclOperation*>(child)->acl);
-        start();
-        break;
-    case LocalMd5AtomicType:
-        takeMd5(child);
-        break;
-    case EncryptLocalFileAtomicType: {
-        if (!child->error().isNull())
-            break;
-        auto* encrypt = static_cast<EncryptLocalFileAtomicOperation*>(child);
-        const QSharedPointer<QIODevice> device = encrypt->device;
-        encrypt->device.reset();
-        takeEncodedForm(device, encrypt->encodedSize, encrypt->iv());
-        break;
-    }
-    case UploadType: {
-        if (!child->error().isNull())
-            break;
-        auto* upload = static_cast<UploadOperation*>(child);
-        {
-            FastMutexLocker locker(m_resultMutex);
-            m_uploadedFile = upload->uploadedFile();
-        }
-        // The last hold on a temporary file goes with these.
-        m_uploadDevice.reset();
-        upload->clearSourceDevice();
-        break;
-    }
-    default:
-        break;
-    }
-    return false;
+    // The last hold on a temporary file goes with these.
+    m_uploadDevice.reset();
+    upload->clearSourceDevice();
 }
 
 // A failed pass appends nothing: its error ends the group.
-void CopyLocalFileToWSOperation::takeMd5(AbstractOperation* child)
+void CopyLocalFileToWSOperation::takeMd5(const LocalMd5AtomicOperation* child)
 {
     if (!child->error().isNull())
         return;
-    const QByteArray md5 = static_cast<LocalMd5AtomicOperation*>(child)->md5;
+    const QByteArray md5 = child->md5;
     if (child->tag() == SourceMd5Tag) {
         m_sourceMd5 = md5;
         if (isEncoded(m_clientSideEncryption))

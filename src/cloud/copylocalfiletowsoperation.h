@@ -16,6 +16,8 @@
 class AbstractCloudFile;
 class AbstractS3Folder;
 class LocalFile;
+class LocalMd5AtomicOperation;
+class UploadOperation;
 
 // Carries one local file to a store: decides whether the object in place is
 // looked at first, whether the file is compressed or encrypted on the way,
@@ -38,7 +40,6 @@ public:
 
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // What the head of the object in place found: its item (null when there
     // is none) and its metadata.
@@ -73,7 +74,9 @@ private:
     void skipTransfer();
     // Moves the progress total from the plain size to what goes on the wire.
     void countUploadSize(qint64 uploadSize);
-    void takeMd5(AbstractOperation* child);
+    void takeMd5(const LocalMd5AtomicOperation* child);
+    void takeOverwriteAnswer(BrindleLib::OverwriteMode answer);
+    void takeUpload(UploadOperation* upload);
 
     const QSharedPointer<LocalFile> m_source;
     const QSharedPointer<AbstractS3Folder> m_destinationFolder;

@@ -77,43 +77,63 @@ bool CopyWSFileToWSOperation::needsVersions() const
 // done. The first one that appends a child waits for it.
 void CopyWSFileToWSOperation::nextOp()
 {
-    const auto appendTagged = [this](AbstractOperation* op, int tag) {
-        op->setTag(tag);
-        append(op);
+    // The copy goes on once a step has succeeded and found nothing against it.
+    const auto goOnIf = [this](bool goOn) {
+        if (goOn)
+            nextOp();
+    };
+    const auto takeHead = [this, goOnIf](HeadWSFileOperation* head, bool (CopyWSFileToWSOperation::*take)(const HeadWSFileOperation*)) {
+        appendThen(head, [this, goOnIf, take](HeadWSFileOperation* done) {
+            goOnIf(done->error().isNull() && (this->*take)(done));
+        });
+        return true;
+    };
+    const auto takeAclOf = [this, goOnIf](auto* read) {
+        appendThen(read, [this, goOnIf](auto* done) {
+            if (done->error().isNull())
+                takeAcl(done->acl);
+            goOnIf(done->error().isNull());
+        });
         return true;
     };
     const std::pair<bool*, std::function<bool()>> steps[] = {
         {&m_sourceHeadDone,
-         [&] { return needsSourceHead() && appendTagged(new HeadWSFileOperation(this, m_source), SourceHeadTag); }},
+         [&] {
+             return needsSourceHead()
+                 && takeHead(new HeadWSFileOperation(this, m_source), &CopyWSFileToWSOperation::takeSourceHead);
+         }},
         {&m_destinationHeadDone,
          [&] {
              if (!needsDestinationHead())
                  return false;
              m_target = Driver::createChildFile(m_destination, m_name);
-             return appendTagged(new HeadWSFileOperation(this, m_target), DestinationHeadTag);
+             return takeHead(new HeadWSFileOperation(this, m_target), &CopyWSFileToWSOperation::takeDestinationHead);
          }},
         {&m_destinationAclDone,
-         [&] {
-             return m_overwriteMode.keepAcl() && m_existingFile
-                 && appendTagged(new GetCloudFileAclOperation(this, m_existingFile), DestinationAclTag);
-         }},
+         [&] { return m_overwriteMode.keepAcl() && m_existingFile && takeAclOf(new GetCloudFileAclOperation(this, m_existingFile)); }},
         {&m_versionsDone,
          [&] {
-             return needsVersions()
-                 && appendTagged(new WSListOperation(this, m_source,
-                                                     m_source->isLatest() ? BrindleLib::ListCurrentVersions
-                                                                          : BrindleLib::ListAllVersions),
-                                 0);
+             if (!needsVersions())
+                 return false;
+             appendThen(new WSListOperation(this, m_source,
+                                            m_source->isLatest() ? BrindleLib::ListCurrentVersions
+                                                                 : BrindleLib::ListAllVersions),
+                        [this, goOnIf](WSListOperation* done) {
+                            if (done->error().isNull())
+                                takeVersions(done);
+                            goOnIf(done->error().isNull());
+                        });
+             return true;
          }},
         {&m_sourceAclDone,
          [&] {
              return m_aclDirective.directive() == AclDirective::SourceAcl
-                 && appendTagged(new GetCloudFileAclOperation(this, m_source), SourceAclTag);
+                 && takeAclOf(new GetCloudFileAclOperation(this, m_source));
          }},
         {&m_containerAclDone,
          [&] {
              return m_aclDirective.directive() == AclDirective::ContainerAcl
-                 && appendTagged(new GetS3ContainerAclOperation(this, m_destination, true), 0);
+                 && takeAclOf(new GetS3ContainerAclOperation(this, m_destination, true));
          }},
         {&m_copyStarted,
          [&] {
@@ -140,59 +160,21 @@ void CopyWSFileToWSOperation::appendCopy()
                                                                     m_aclDirective.canned(), m_storageDirective,
                                                                     m_serverSideEncryption);
         // Parts of 1 GiB or more: each is one request that moves no byte here.
-        append(new MultipartUploadOperation(this, Driver::createChildFile(m_destination, m_name), m_source,
-                                            qMax(Multipart::partSizeFor(m_source->size()), Multipart().partSize()),
-                                            fields, Multipart().partsInFlight()));
+        appendThen(new MultipartUploadOperation(this, Driver::createChildFile(m_destination, m_name), m_source,
+                                                qMax(Multipart::partSizeFor(m_source->size()), Multipart().partSize()),
+                                                fields, Multipart().partsInFlight()),
+                   [this](MultipartUploadOperation* done) {
+                       if (done->error().isNull())
+                           takeCopyInParts(done);
+                   });
         return;
     }
-    append(new CopyWSFileToWSAtomicOperation(this, m_source, m_destination, m_name, m_aclDirective.canned(),
-                                             m_metadataDirective, m_storageDirective, m_serverSideEncryption));
-}
-
-bool CopyWSFileToWSOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    bool goOn = child->error().isNull();
-    switch (child->type()) {
-    case HeadWSFileType: {
-        const auto* head = static_cast<HeadWSFileOperation*>(child);
-        if (goOn)
-            goOn = child->tag() == SourceHeadTag ? takeSourceHead(head) : takeDestinationHead(head);
-        break;
-    }
-    case OverwriteConfirmType:
-        goOn = takeOverwriteAnswer(static_cast<OverwriteConfirmOperation*>(child)->overwriteMode());
-        break;
-    case WSListType:
-        if (goOn)
-            takeVersions(static_cast<WSListOperation*>(child));
-        break;
-    case GetCloudFileAclType:
-        if (goOn)
-            takeAcl(static_cast<GetCloudFileAclOperation*>(child)->acl);
-        break;
-    case GetS3ContainerAclType:
-        if (goOn)
-            takeAcl(static_cast<GetS3ContainerAclOperation*>(child)->acl);
-        break;
-    case CopyWSFileToWSAtomicType:
-        if (goOn && static_cast<CopyWSFileToWSAtomicOperation*>(child)->httpResponseHeader().statusCode() == 200)
-            takeCopy(static_cast<CopyWSFileToWSAtomicOperation*>(child)->file());
-        goOn = false;
-        break;
-    case MultipartUploadType:
-        if (goOn)
-            takeCopyInParts(static_cast<MultipartUploadOperation*>(child));
-        goOn = false;
-        break;
-    default:
-        goOn = false;
-        break;
-    }
-    if (goOn)
-        nextOp();
-    return false;
+    appendThen(new CopyWSFileToWSAtomicOperation(this, m_source, m_destination, m_name, m_aclDirective.canned(),
+                                                 m_metadataDirective, m_storageDirective, m_serverSideEncryption),
+               [this](CopyWSFileToWSAtomicOperation* done) {
+                   if (done->error().isNull() && done->httpResponseHeader().statusCode() == 200)
+                       takeCopy(done->file());
+               });
 }
 
 bool CopyWSFileToWSOperation::takeSourceHead(const HeadWSFileOperation* head)
@@ -232,7 +214,10 @@ bool CopyWSFileToWSOperation::takeDestinationHead(const HeadWSFileOperation* hea
     }
     const BrindleLib::OverwriteMode mode = topLevelMode();
     if (mode == BrindleLib::OverwriteAsk) {
-        append(new OverwriteConfirmOperation);
+        appendThen(new OverwriteConfirmOperation, [this](OverwriteConfirmOperation* question) {
+            if (takeOverwriteAnswer(question->overwriteMode()))
+                nextOp();
+        });
         return false;
     }
     if (BrindleLib::isSkip(mode)) {

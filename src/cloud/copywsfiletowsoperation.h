@@ -26,9 +26,6 @@ class CopyWSFileToWSOperation : public OperationGroup
     Q_DECLARE_TR_FUNCTIONS(CopyWSFileToWSOperation)
 
 public:
-    // Tags of the heads and ACL reads, which share their classes.
-    enum Tag { SourceHeadTag = 1, DestinationHeadTag = 2, SourceAclTag = 3, DestinationAclTag = 4 };
-
     CopyWSFileToWSOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
                             const QSharedPointer<AbstractS3Folder>& destination, const QString& name,
                             const AclDirective& aclDirective, bool failIfExists,
@@ -38,7 +35,6 @@ public:
 
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
 
     // The new object after a good copy; null before, or after a failure.
     QSharedPointer<AbstractCloudFile> copiedFile() const;
@@ -54,7 +50,6 @@ private:
     bool needsDestinationHead();
     bool needsVersions() const;
     BrindleLib::OverwriteMode topLevelMode();
-    void appendHead(const QSharedPointer<AbstractCloudFile>& file, Tag tag);
     void appendCopy();
 
     // Each returns false when the copy is not to go on.
