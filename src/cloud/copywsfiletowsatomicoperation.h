@@ -26,7 +26,6 @@ public:
                                   const StorageDirective& storageDirective,
                                   const ServerSideEncryption& serverSideEncryption);
 
-    int type() const override { return CopyWSFileToWSAtomicType; }
     QString name() const override { return tr("Copy object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PutMethod; }
     CopyWSFileToWSAtomicOperation* clone(OperationGroup* parent) const override;

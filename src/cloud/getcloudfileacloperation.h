@@ -32,7 +32,6 @@ class GetCloudFileAclOperation : public OperationGroup
 public:
     GetCloudFileAclOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file);
 
-    int type() const override { return GetCloudFileAclType; }
     QString name() const override { return tr("Get acl"); }
     void prepareFirstOperation() override;
 

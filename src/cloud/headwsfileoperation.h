@@ -43,7 +43,6 @@ class HeadWSFileOperation : public OperationGroup
 public:
     HeadWSFileOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source);
 
-    int type() const override { return HeadWSFileType; }
     QString name() const override { return tr("Head Object"); }
     void prepareFirstOperation() override;
 

@@ -42,7 +42,6 @@ public:
     InitiateMultipartAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& target,
                                      const Metadata& objectFields);
 
-    int type() const override { return InitiateMultipartAtomicType; }
     QString name() const override { return tr("Start multipart upload"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PostMethod; }
     InitiateMultipartAtomicOperation* clone(OperationGroup* parent) const override;
@@ -96,7 +95,6 @@ public:
                               qint64 length);
     ~UploadPartAtomicOperation() override;
 
-    int type() const override { return UploadPartAtomicType; }
     QString name() const override { return tr("Put part"); }
     int transferType() const override { return UploadTransfer; }
     UploadPartAtomicOperation* clone(OperationGroup* parent) const override;
@@ -122,7 +120,6 @@ public:
                             const QByteArray& uploadId, int number, const QSharedPointer<AbstractCloudFile>& source,
                             qint64 offset, qint64 length);
 
-    int type() const override { return CopyPartAtomicType; }
     QString name() const override { return tr("Copy part"); }
     CopyPartAtomicOperation* clone(OperationGroup* parent) const override;
     Metadata httpFieldList() const override;
@@ -143,7 +140,6 @@ public:
     CompleteMultipartAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& target,
                                      const QByteArray& uploadId, const QList<QByteArray>& partETags);
 
-    int type() const override { return CompleteMultipartAtomicType; }
     QString name() const override { return tr("Complete multipart upload"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PostMethod; }
     CompleteMultipartAtomicOperation* clone(OperationGroup* parent) const override;
@@ -165,7 +161,6 @@ class AbortMultipartAtomicOperation : public MultipartAtomicOperation
 public:
     using MultipartAtomicOperation::MultipartAtomicOperation;
 
-    int type() const override { return AbortMultipartAtomicType; }
     QString name() const override { return tr("Abort multipart upload"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::DeleteMethod; }
     AbortMultipartAtomicOperation* clone(OperationGroup* parent) const override;

@@ -33,7 +33,6 @@ public:
                              const QSharedPointer<AbstractCloudFile>& copySource, qint64 partSize,
                              const Metadata& objectFields, int partsInFlight);
 
-    int type() const override { return MultipartUploadType; }
     QString name() const override { return tr("Multipart upload"); }
     void prepareFirstOperation() override;
 

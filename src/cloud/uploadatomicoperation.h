@@ -31,7 +31,6 @@ public:
                           const StorageDirective& storageDirective,
                           const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
 
-    int type() const override { return UploadAtomicType; }
     QString name() const override { return tr("Put object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PutMethod; }
     int transferType() const override { return UploadTransfer; }

@@ -35,7 +35,6 @@ public:
                     const Metadata& metadata, const StorageDirective& storageDirective,
                     const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
 
-    int type() const override { return UploadType; }
     QString name() const override { return tr("Upload"); }
     void prepareFirstOperation() override;
 

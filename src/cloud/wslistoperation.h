@@ -29,7 +29,6 @@ public:
     WSListOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file,
                     BrindleLib::ListVersionMode listVersionMode);
 
-    int type() const override { return WSListType; }
     QString name() const override { return tr("List"); }
     void prepareFirstOperation() override;
 

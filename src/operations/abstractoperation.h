@@ -30,13 +30,8 @@ public:
         NoType = 0,
         FolderExistsType = 1,
         CompareFileContentForSyncType = 3,
-        CopyWSFileToWSAtomicType = 9,
         DummyType = 22,
-        EncryptLocalFileAtomicType = 23,
-        GetCloudFileAclType = 24,
         GetS3ContainerAclType = 27,
-        HeadWSFileType = 34,
-        LocalMd5AtomicType = 43,
         OverwriteConfirmType = 46,
         ShellCopyFileType = 60,
         ShellDeleteContainerType = 65,
@@ -44,15 +39,6 @@ public:
         ShellDeleteFileType = 67,
         ShellListFolderType = 77,
         ShellSyncContainerType = 90,
-        UploadType = 102,
-        UploadAtomicType = 103,
-        WSListType = 105,
-        MultipartUploadType = 106,
-        InitiateMultipartAtomicType = 107,
-        UploadPartAtomicType = 108,
-        CompleteMultipartAtomicType = 109,
-        AbortMultipartAtomicType = 110,
-        CopyPartAtomicType = 111
     };
 
     AbstractOperation();

@@ -23,7 +23,6 @@ public:
     EncryptLocalFileAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& file,
                                     const ClientSideEncryption& clientSideEncryption);
 
-    int type() const override { return EncryptLocalFileAtomicType; }
     QString name() const override;
     EncryptLocalFileAtomicOperation* clone(OperationGroup* parent) const override;
     void run(LocalOperationRunner& runner) override;

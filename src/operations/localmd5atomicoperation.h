@@ -18,7 +18,6 @@ public:
     LocalMd5AtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file,
                             const QSharedPointer<QIODevice>& device = QSharedPointer<QIODevice>());
 
-    int type() const override { return LocalMd5AtomicType; }
     QString name() const override { return tr("MD5 checksum"); }
     // The copy reads the same device again.
     LocalMd5AtomicOperation* clone(OperationGroup* parent) const override;
