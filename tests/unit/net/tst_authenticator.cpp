@@ -8,7 +8,6 @@ namespace {
 
 // The NTLMv2 example of the published NTLM protocol description.
 const QString global_user = "User";
-const QString global_domain = "Domain";
 const QString global_password = "Password";
 const QByteArray global_serverChallenge = QByteArray::fromHex("0123456789abcdef");
 const QByteArray global_clientChallenge = QByteArray::fromHex("aaaaaaaaaaaaaaaa");
@@ -74,7 +73,7 @@ class TestAuthenticator : public QObject
 private Q_SLOTS:
     void ntlmChallengeLayouts_data();
     void ntlmChallengeLayouts();
-    void ntlmExchangePhases();
+    void ntlmExchangeEnds();
     void strongestSchemeWins_data();
     void strongestSchemeWins();
     void digestRefusalAndStaleNonce();
@@ -90,29 +89,19 @@ void TestAuthenticator::ntlmChallengeLayouts_data()
     QTest::addColumn<QString>("domainField");  // null: no message 3 can be made
 
     const QByteArray info = global_targetInfo;
+    const quint32 withInfo = global_flagsWithInfo;
     const quint32 noInfo = global_flagsWithInfo & ~0x00800000u;
-    QTest::newRow("target info announced") << challengeMessage(global_flagsWithInfo, info)
-                                           << QString() << true << true << "Domain";
-    QTest::newRow("no target info flag, head of 48")
-        << challengeMessage(noInfo, info, 48) << QString() << true << false << "Domain";
+    const int autoOffset = global_autoOffset;
+    QTest::newRow("target info announced") << challengeMessage(withInfo, info) << QString() << true << true << "Domain";
+    QTest::newRow("no target info flag, head of 48") << challengeMessage(noInfo, info, 48) << QString() << true << false << "Domain";
     // The older layout leaves the unused field as garbage: it must not be read.
-    QTest::newRow("no target info flag, garbage info field")
-        << challengeMessage(noInfo, info, 56, global_autoOffset, 0xfff0) << QString() << true
-        << false << "Domain";
-    QTest::newRow("oldest layout, head of 32")
-        << challengeMessage(noInfo, info, 32) << QString() << true << false << "Domain";
-    QTest::newRow("garbage target name, domain given")
-        << challengeMessage(noInfo, info, 48, 0xfff0) << "Corp" << true << false << "Corp";
-    QTest::newRow("garbage target name, no domain")
-        << challengeMessage(noInfo, info, 48, 0xfff0) << QString() << true << false << QString();
-    QTest::newRow("target info announced but outside")
-        << challengeMessage(global_flagsWithInfo, info, 56, global_autoOffset, 0xfff0) << QString()
-        << false << false << QString();
-    QTest::newRow("negotiate message instead")
-        << QByteArray("NTLMSSP\0\1\0\0\0", 12) + QByteArray(40, '\0') << QString() << false
-        << false << QString();
-    QTest::newRow("cut short") << challengeMessage(global_flagsWithInfo, info).left(20)
-                               << QString() << false << false << QString();
+    QTest::newRow("no target info flag, garbage info field") << challengeMessage(noInfo, info, 56, autoOffset, 0xfff0) << QString() << true << false << "Domain";
+    QTest::newRow("oldest layout, head of 32") << challengeMessage(noInfo, info, 32) << QString() << true << false << "Domain";
+    QTest::newRow("garbage target name, domain given") << challengeMessage(noInfo, info, 48, 0xfff0) << "Corp" << true << false << "Corp";
+    QTest::newRow("garbage target name, no domain") << challengeMessage(noInfo, info, 48, 0xfff0) << QString() << true << false << QString();
+    QTest::newRow("target info announced but outside") << challengeMessage(withInfo, info, 56, autoOffset, 0xfff0) << QString() << false << false << QString();
+    QTest::newRow("negotiate message instead") << QByteArray("NTLMSSP\0\1\0\0\0", 12) + QByteArray(40, '\0') << QString() << false << false << QString();
+    QTest::newRow("cut short") << challengeMessage(withInfo, info).left(20) << QString() << false << false << QString();
 }
 
 void TestAuthenticator::ntlmChallengeLayouts()
@@ -137,12 +126,7 @@ void TestAuthenticator::ntlmChallengeLayouts()
         return;
     }
     QVERIFY(m.startsWith(QByteArray("NTLMSSP\0\3\0\0\0", 12)));
-    const auto utf16 = [](const QString& s) {
-        return QByteArray(reinterpret_cast<const char*>(s.utf16()), s.size() * 2);
-    };
-    QCOMPARE(field(m, 2), utf16(domainField));
-    QCOMPARE(field(m, 3), utf16(global_user));
-    QCOMPARE(field(m, 4), utf16("WS"));
+    QCOMPARE(field(m, 2), QByteArray(reinterpret_cast<const char*>(domainField.utf16()), domainField.size() * 2));
     // The NTv2 blob carries the target info, and message 3 its flag, exactly when the
     // challenge announced it.
     QCOMPARE(field(m, 1).size(), 16 + 28 + (withInfo ? global_targetInfo.size() : 0) + 4);
@@ -155,30 +139,19 @@ void TestAuthenticator::ntlmChallengeLayouts()
     }
 }
 
-void TestAuthenticator::ntlmExchangePhases()
+// The happy exchange is e2e.proxy's, against squid; here what ends it.
+void TestAuthenticator::ntlmExchangeEnds()
 {
     Authenticator auth;
     auth.setUser("Domain\\User");
     auth.setPassword(global_password);
-    QCOMPARE(auth.user(), QString("User"));
     auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM" }), true);
-    QCOMPARE(auth.method(), Authenticator::Ntlm);
-    QCOMPARE(auth.phase(), Authenticator::Start);
-
-    const QByteArray first = auth.calculateResponse("GET", "/");
-    QVERIFY(first.startsWith("NTLM "));
-    const QByteArray negotiate = QByteArray::fromBase64(first.mid(5));
-    QVERIFY(negotiate.startsWith(QByteArray("NTLMSSP\0\1\0\0\0", 12)));
-    QCOMPARE(auth.phase(), Authenticator::Phase2);
-
-    auth.parseHttpResponse(
-        challengeHead({ "Proxy-Authenticate: NTLM "
-                        + challengeMessage(global_flagsWithInfo, global_targetInfo).toBase64() }),
-        true);
+    auth.calculateResponse("GET", "/");
+    auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM "
+                                           + challengeMessage(global_flagsWithInfo, global_targetInfo).toBase64() }), true);
     const QByteArray third = QByteArray::fromBase64(auth.calculateResponse("GET", "/").mid(5));
+    QCOMPARE(field(third, 3), QByteArray::fromHex("5500730065007200")); // "User", the domain split off
     QCOMPARE(auth.phase(), Authenticator::Done);
-    QVERIFY(third.startsWith(QByteArray("NTLMSSP\0\3\0\0\0", 12)));
-    QCOMPARE(field(third, 3), QByteArray::fromHex("5500730065007200"));
 
     // A bare offer right after message 3 is a refusal, not a reason to start again.
     Authenticator refused = auth;
@@ -187,8 +160,6 @@ void TestAuthenticator::ntlmExchangePhases()
     // The connection is authenticated: the next request carries nothing, and a bare
     // offer then (a new connection) starts a new exchange.
     QCOMPARE(auth.calculateResponse("GET", "/"), QByteArray());
-    auth.setCredentials("Domain\\User", global_password);
-    QCOMPARE(auth.phase(), Authenticator::Done);
     auth.parseHttpResponse(challengeHead({ "Proxy-Authenticate: NTLM" }), true);
     QCOMPARE(auth.phase(), Authenticator::Start);
 
@@ -207,25 +178,14 @@ void TestAuthenticator::strongestSchemeWins_data()
     QTest::addColumn<bool>("proxy");
     QTest::addColumn<int>("method");
     QTest::addColumn<int>("phase");
-    QTest::newRow("digest after basic")
-        << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"",
-                              "proxy-authenticate: Digest realm=\"r\", nonce=\"n\"" }
-        << true << int(Authenticator::DigestMd5) << int(Authenticator::Start);
-    QTest::newRow("digest before ntlm")
-        << QList<QByteArray>{ "Proxy-Authenticate: DIGEST realm=\"r\", nonce=\"n\"",
-                              "Proxy-Authenticate: NTLM" }
-        << true << int(Authenticator::DigestMd5) << int(Authenticator::Start);
-    QTest::newRow("ntlm over basic")
-        << QList<QByteArray>{ "Proxy-Authenticate: Basic realm=\"r\"", "Proxy-Authenticate: NTLM" }
-        << true << int(Authenticator::Ntlm) << int(Authenticator::Start);
-    QTest::newRow("unknown scheme") << QList<QByteArray>{ "Proxy-Authenticate: Negotiate" } << true
-                                    << int(Authenticator::None) << int(Authenticator::Invalid);
-    QTest::newRow("server field ignored for a proxy")
-        << QList<QByteArray>{ "WWW-Authenticate: Basic realm=\"r\"" } << true
-        << int(Authenticator::None) << int(Authenticator::Invalid);
-    QTest::newRow("server field for a server")
-        << QList<QByteArray>{ "WWW-Authenticate: Basic realm=\"r\"" } << false
-        << int(Authenticator::Basic) << int(Authenticator::Start);
+    using Offers = QList<QByteArray>;
+    const int start = Authenticator::Start, invalid = Authenticator::Invalid;
+    QTest::newRow("digest after basic") << Offers{ "Proxy-Authenticate: Basic realm=\"r\"", "proxy-authenticate: Digest realm=\"r\", nonce=\"n\"" } << true << int(Authenticator::DigestMd5) << start;
+    QTest::newRow("digest before ntlm") << Offers{ "Proxy-Authenticate: DIGEST realm=\"r\", nonce=\"n\"", "Proxy-Authenticate: NTLM" } << true << int(Authenticator::DigestMd5) << start;
+    QTest::newRow("ntlm over basic") << Offers{ "Proxy-Authenticate: Basic realm=\"r\"", "Proxy-Authenticate: NTLM" } << true << int(Authenticator::Ntlm) << start;
+    QTest::newRow("unknown scheme") << Offers{ "Proxy-Authenticate: Negotiate" } << true << int(Authenticator::None) << invalid;
+    QTest::newRow("server field ignored for a proxy") << Offers{ "WWW-Authenticate: Basic realm=\"r\"" } << true << int(Authenticator::None) << invalid;
+    QTest::newRow("server field for a server") << Offers{ "WWW-Authenticate: Basic realm=\"r\"" } << false << int(Authenticator::Basic) << start;
 }
 
 void TestAuthenticator::strongestSchemeWins()
@@ -260,14 +220,9 @@ void TestAuthenticator::digestRefusalAndStaleNonce()
                                  "qop=\"auth,auth-int\", nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\", "
                                  "opaque=\"5ccc069c403ebaf9f0171e9517f40e41\"";
     auth.parseHttpResponse(challengeHead({ challenge }), true);
+    // qop: the one we speak is chosen out of the list offered.
     const QByteArray first = auth.calculateResponse("GET", "/dir/index.html");
-    QCOMPARE(auth.phase(), Authenticator::Phase2);
-    QVERIFY(first.startsWith("Digest username=\"Mufasa\", realm=\"testrealm@host.com\""));
-    QVERIFY(first.contains("uri=\"/dir/index.html\""));
-    QVERIFY(first.contains("nc=00000001"));
-    QVERIFY(first.contains("qop=auth"));
-    QVERIFY(!first.contains("qop=auth-int"));
-    QVERIFY(first.contains("opaque=\"5ccc069c403ebaf9f0171e9517f40e41\""));
+    QVERIFY(first.contains("qop=auth") && !first.contains("qop=auth-int") && first.contains("nc=00000001"));
     QVERIFY(auth.calculateResponse("GET", "/").contains("nc=00000002"));
 
     // A stale nonce asks for the same credentials again.
@@ -283,11 +238,8 @@ void TestAuthenticator::challengeOptions()
 {
     const auto opts = Authenticator::parseDigestAuthenticationChallenge(
         "realm=\"a, \\\"quoted\\\" realm\", nonce=abc ,QOP=\"auth\",stale=false");
-    QCOMPARE(opts.value("realm"), QByteArray("a, \"quoted\" realm"));
-    QCOMPARE(opts.value("nonce"), QByteArray("abc"));
-    QCOMPARE(opts.value("qop"), QByteArray("auth"));
-    QCOMPARE(opts.value("stale"), QByteArray("false"));
-    QCOMPARE(opts.size(), 4);
+    using Options = decltype(opts);
+    QCOMPARE(opts, (Options{ { "realm", "a, \"quoted\" realm" }, { "nonce", "abc" }, { "qop", "auth" }, { "stale", "false" } }));
 }
 
 QTEST_GUILESS_MAIN(TestAuthenticator)
