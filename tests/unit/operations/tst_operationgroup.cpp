@@ -61,32 +61,31 @@ class TestOperationGroup : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void emptyGroupFinishesThroughDummy();
+    void emptyGroupFinishesThroughDummyAndReopens();
     void waitForPreviousBlocksUntilRowsFinished();
     void webRetryDecision_data();
     void webRetryDecision();
-    void webFailureStandsAfterNineAttempts();
     void continuationSeesOnlyTheLastAttempt_data();
     void continuationSeesOnlyTheLastAttempt();
-    void retriedOperationLeavesNoError();
-    void redirectsFollowedUpToFive();
-    void redirectWithoutLocationEndsQuietly();
     void errorsReachEveryAncestorAndLeaveTogether();
     void clearAllOperationsKeepsFailedSubtrees();
-    void appendReopensFinishedGroup();
     void errorText_data();
     void errorText();
 };
 
-void TestOperationGroup::emptyGroupFinishesThroughDummy()
+void TestOperationGroup::emptyGroupFinishesThroughDummyAndReopens()
 {
     ListShellOperation root;
     AbstractOperation* next = root.takeNextToExecute();
-    QVERIFY(next);
-    QCOMPARE(next->type(), int(AbstractOperation::DummyType));
+    QCOMPARE(next ? next->type() : -1, int(AbstractOperation::DummyType));
     finish(next);
+    QVERIFY(root.isFinished() && root.error().isNull());
+    auto* late = new ProbeLocalOperation;
+    root.append(late);
+    QCOMPARE(root.state(), AbstractOperation::PendingState);
+    QCOMPARE(root.takeNextToExecute(), late);
+    finish(late);
     QVERIFY(root.isFinished());
-    QVERIFY(root.error().isNull());
 }
 
 void TestOperationGroup::waitForPreviousBlocksUntilRowsFinished()
@@ -161,109 +160,62 @@ void TestOperationGroup::webRetryDecision()
     }
 }
 
-void TestOperationGroup::webFailureStandsAfterNineAttempts()
-{
-    auto* op = new FakeWebOperation;
-    op->addLog("first attempt");
-    ListShellOperation root({op});
-    ListShellOperation* top = &root;
-    const int runs = runToEnd(top, [](AbstractOperation* next, int) { finish(next, networkError(2)); });
-    QCOMPARE(runs, 9);
-    QVERIFY(root.isFinished());
-    QCOMPARE(root.error().code(), QString("2"));
-    // Only the last attempt's error stands, and the log came along.
-    QCOMPARE(root.errors().size(), 1);
-    QVERIFY(root.log().contains("first attempt"));
-}
-
 // Retries and redirects are clones: the parent hears once, of the attempt
-// that stands, and a local failure stands after five runs.
+// that stands, whose log carries the earlier ones; a local failure stands after
+// five runs, a network one after nine, a sixth redirect is a loop.
 void TestOperationGroup::continuationSeesOnlyTheLastAttempt_data()
 {
     QTest::addColumn<QByteArrayList>("answers");
-    QTest::addColumn<bool>("failed");
-
-    QTest::newRow("retried, then done") << QByteArrayList{"net", "net", "ok"} << false;
-    QTest::newRow("redirected, then done") << QByteArrayList{"301", "301", "ok"} << false;
-    QTest::newRow("local failure stands") << QByteArrayList(5, "disk") << true;
+    QTest::addColumn<QString>("error");
+    QTest::newRow("retried, then done") << QByteArrayList{"net", "net", "200"} << "";
+    QTest::newRow("redirected, then done") << QByteArrayList{"301", "301", "200"} << "";
+    QTest::newRow("redirect without Location") << QByteArrayList{"307"} << "";
+    QTest::newRow("local failure stands") << QByteArrayList(5, "disk") << "Permission denied";
+    QTest::newRow("network failure stands") << QByteArrayList(9, "net") << "network";
+    QTest::newRow("redirect loop") << QByteArrayList(6, "301") << "Infinite redirect loop";
 }
 
 void TestOperationGroup::continuationSeesOnlyTheLastAttempt()
 {
     QFETCH(QByteArrayList, answers);
-    QFETCH(bool, failed);
+    QFETCH(QString, error);
     ListShellOperation root;
+    auto* inner = new ListShellOperation;
+    root.append(inner);
     QList<AbstractOperation*> heard;
     const bool local = answers.first() == "disk";
-    root.appendThen(local ? static_cast<AbstractOperation*>(new ProbeLocalOperation) : new FakeWebOperation,
-                    [&](AbstractOperation* done) { heard << done; });
+    AbstractOperation* first = local ? static_cast<AbstractOperation*>(new ProbeLocalOperation)
+                                     : new FakeWebOperation;
+    first->addLog("first attempt");
+    inner->appendThen(first, [&](AbstractOperation* done) { heard << done; });
     AbstractOperation* last = nullptr;
+    QList<QUrl> locations;
     const int runs = runToEnd(&root, [&](AbstractOperation* next, int run) {
         last = next;
         const QByteArray answer = answers.value(run);
-        if (answer == "disk") {
-            finish(next, fileError());
-        } else if (answer == "net") {
-            finish(next, networkError(1));
-        } else {
-            static_cast<FakeWebOperation*>(next)->setHttpResponseHeader(HttpResponseHeader(
-                answer == "301" ? "HTTP/1.1 301 Moved\r\nLocation: http://b.example/k\r\n\r\n"
-                                : "HTTP/1.1 200 OK\r\n\r\n"));
-            finish(next);
+        if (!local)
+            locations << static_cast<FakeWebOperation*>(next)->redirectLocation();
+        if (answer == "disk" || answer == "net") {
+            finish(next, answer == "disk" ? fileError() : networkError(1));
+            return;
         }
-    });
-    QCOMPARE(runs, int(answers.size()));
-    QCOMPARE(heard, QList<AbstractOperation*>{last});
-    QCOMPARE(!last->error().isNull(), failed);
-    QCOMPARE(!root.error().isNull(), failed);
-}
-
-void TestOperationGroup::retriedOperationLeavesNoError()
-{
-    auto* op = new FakeWebOperation;
-    ListShellOperation outer;
-    auto* inner = new ListShellOperation({op});
-    outer.append(inner);
-    const int runs = runToEnd(&outer, [](AbstractOperation* next, int run) {
-        if (run < 2) {
-            finish(next, networkError(1));
-        } else {
-            static_cast<FakeWebOperation*>(next)->setHttpResponseHeader(HttpResponseHeader("HTTP/1.1 200 OK\r\n\r\n"));
-            finish(next);
-        }
-    });
-    QCOMPARE(runs, 3);
-    QVERIFY(outer.isFinished());
-    QVERIFY(outer.error().isNull());
-    QVERIFY(inner->error().isNull());
-}
-
-void TestOperationGroup::redirectsFollowedUpToFive()
-{
-    QList<QUrl> locations;
-    ListShellOperation root({new FakeWebOperation});
-    const int runs = runToEnd(&root, [&](AbstractOperation* next, int run) {
-        auto* web = static_cast<FakeWebOperation*>(next);
-        locations << web->redirectLocation();
-        web->setHttpResponseHeader(HttpResponseHeader(
-            "HTTP/1.1 301 Moved\r\nLocation: http://b.example/k" + QByteArray::number(run) + "\r\n\r\n"));
+        const QByteArray location = "Location: http://b.example/k" + QByteArray::number(run) + "\r\n";
+        static_cast<FakeWebOperation*>(next)->setHttpResponseHeader(HttpResponseHeader(
+            answer == "301" ? "HTTP/1.1 301 Moved\r\n" + location + "\r\n" : "HTTP/1.1 " + answer + " X\r\n\r\n"));
         finish(next);
     });
-    QCOMPARE(runs, 6);
-    QCOMPARE(locations.value(1), QUrl("http://b.example/k0"));
-    QCOMPARE(locations.value(5), QUrl("http://b.example/k4"));
-    QCOMPARE(root.error().message(), QString("Infinite redirect loop"));
-}
-
-void TestOperationGroup::redirectWithoutLocationEndsQuietly()
-{
-    auto* op = new FakeWebOperation;
-    ListShellOperation root({op});
-    QCOMPARE(root.takeNextToExecute(), op);
-    op->setHttpResponseHeader(HttpResponseHeader("HTTP/1.1 307 Temporary\r\n\r\n"));
-    finish(op);
+    QCOMPARE(runs, int(answers.size()));
+    QEXPECT_FAIL("redirect without Location", "a redirect that goes nowhere skips the continuation", Continue);
+    QEXPECT_FAIL("redirect loop", "a redirect that goes nowhere skips the continuation", Continue);
+    QCOMPARE(heard, QList<AbstractOperation*>{last});
     QVERIFY(root.isFinished());
-    QVERIFY(root.error().isNull());
+    QCOMPARE(root.error().message(), error);
+    QCOMPARE(inner->error().message(), error);
+    QCOMPARE(root.errors().size(), error.isEmpty() ? 0 : 1);
+    QVERIFY(root.log().contains("first attempt"));
+    // Each redirect goes where the one before pointed.
+    if (answers.first() == "301")
+        QCOMPARE(locations.last(), QUrl("http://b.example/k" + QString::number(runs - 2)));
 }
 
 void TestOperationGroup::errorsReachEveryAncestorAndLeaveTogether()
@@ -304,19 +256,6 @@ void TestOperationGroup::clearAllOperationsKeepsFailedSubtrees()
     const int before = failed.operationCount();
     failed.clearAllOperations();
     QCOMPARE(failed.operationCount(), before);
-}
-
-void TestOperationGroup::appendReopensFinishedGroup()
-{
-    ListShellOperation root;
-    finish(root.takeNextToExecute());
-    QVERIFY(root.isFinished());
-    auto* late = new ProbeLocalOperation;
-    root.append(late);
-    QCOMPARE(root.state(), AbstractOperation::PendingState);
-    QCOMPARE(root.takeNextToExecute(), late);
-    finish(late);
-    QVERIFY(root.isFinished());
 }
 
 void TestOperationGroup::errorText_data()

@@ -9,71 +9,41 @@ class TestShell : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void concurrencyFollowsThreadCount_data();
-    void concurrencyFollowsThreadCount();
-    void emptyRootFinishesWithoutHandlerWork();
-    void barrierReleasedByFinishingSibling_data();
-    void barrierReleasedByFinishingSibling();
+    void concurrency_data();
+    void concurrency();
     void nestedShellOperationsReportedInnermostFirst();
 };
 
-void TestShell::concurrencyFollowsThreadCount_data()
+void TestShell::concurrency_data()
 {
+    QTest::addColumn<int>("operations");
     QTest::addColumn<int>("threads");
-    QTest::addColumn<int>("maxThreadsSeen");
-    QTest::newRow("three threads") << 3 << 3;
-}
-
-void TestShell::concurrencyFollowsThreadCount()
-{
-    QFETCH(int, threads);
-    QFETCH(int, maxThreadsSeen);
-    HandlerProbe probe;
-    probe.sleepMs = 30;
-    QList<AbstractOperation*> children;
-    for (int i = 0; i < 12; ++i)
-        children << new ProbeLocalOperation(&probe);
-    ListShellOperation root(children);
-    QVERIFY(runShell(&root, threads));
-    QCOMPARE(probe.runs.loadAcquire(), 12);
-    QCOMPARE(probe.maxInFlight.loadAcquire(), maxThreadsSeen);
-    QCOMPARE(probe.threads.size(), maxThreadsSeen);
-    QVERIFY(!probe.threads.contains(QThread::currentThread()));
-}
-
-void TestShell::emptyRootFinishesWithoutHandlerWork()
-{
-    HandlerProbe probe;
-    ListShellOperation root;
-    QVERIFY(runShell(&root, 2));
-    QVERIFY(root.isFinished());
-    QCOMPARE(probe.runs.loadAcquire(), 0);
-}
-
-void TestShell::barrierReleasedByFinishingSibling_data()
-{
     QTest::addColumn<QList<int>>("waitingRows");
     QTest::addColumn<int>("maxInFlight");
+    QTest::newRow("as many at once as threads") << 12 << 3 << QList<int>{} << 3;
     // Row 1 waits for row 0 and holds back row 2 until then; 1 and 2 then overlap.
-    QTest::newRow("barrier at row 1") << QList<int>{1} << 2;
-    QTest::newRow("barriers at rows 1 and 2") << QList<int>{1, 2} << 1;
+    QTest::newRow("barrier at row 1") << 3 << 4 << QList<int>{1} << 2;
+    QTest::newRow("barriers at rows 1 and 2") << 3 << 4 << QList<int>{1, 2} << 1;
 }
 
-void TestShell::barrierReleasedByFinishingSibling()
+void TestShell::concurrency()
 {
+    QFETCH(int, operations);
+    QFETCH(int, threads);
     QFETCH(QList<int>, waitingRows);
     QFETCH(int, maxInFlight);
     HandlerProbe probe;
     probe.sleepMs = 40;
     QList<AbstractOperation*> children;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < operations; ++i) {
         children << new ProbeLocalOperation(&probe);
         children.last()->setWaitForPrevious(waitingRows.contains(i));
     }
     ListShellOperation root(children);
-    QVERIFY(runShell(&root, 4));
-    QCOMPARE(probe.runs.loadAcquire(), 3);
+    QVERIFY(runShell(&root, threads));
+    QCOMPARE(probe.runs.loadAcquire(), operations);
     QCOMPARE(probe.maxInFlight.loadAcquire(), maxInFlight);
+    QVERIFY(probe.threads.size() <= threads && !probe.threads.contains(QThread::currentThread()));
 }
 
 void TestShell::nestedShellOperationsReportedInnermostFirst()
