@@ -22,14 +22,8 @@ namespace {
 // Key and vector as `openssl enc -P` prints them, in upper-case hex.
 QPair<QByteArray, QByteArray> opensslKeyAndIv(const QString& option, const QString& password, const QByteArray& salt)
 {
-    QStringList args;
-    if (option.startsWith(QLatin1String("bf-")))
-        args << "-provider" << "legacy" << "-provider" << "default";
-    args << "-" + option << "-md" << "sha1" << "-pass" << "pass:" + password << "-P";
-    if (salt.isEmpty())
-        args << "-nosalt";
-    else
-        args << "-S" << QString::fromLatin1(salt.toHex());
+    const QStringList args{"-" + option, "-md", "sha1", "-pass", "pass:" + password, "-P", "-S",
+                           QString::fromLatin1(salt.toHex())};
     QProcess openssl;
     openssl.start(QStringLiteral("openssl"), QStringList{"enc"} + args);
     openssl.closeWriteChannel();
@@ -42,19 +36,6 @@ QPair<QByteArray, QByteArray> opensslKeyAndIv(const QString& option, const QStri
         return line.match(out).captured(1).toLatin1();
     };
     return {value("key"), value("iv")};
-}
-
-ClientSideEncryption::Algorithm algorithmOf(const QString& option)
-{
-    return ClientSideEncryption::algorithmFromString(option, nullptr);
-}
-
-DecryptionPasswords passwordList(const QStringList& texts)
-{
-    DecryptionPasswords passwords;
-    for (const QString& text : texts)
-        passwords.append(Password::fromString(text));
-    return passwords;
 }
 
 } // namespace
@@ -72,10 +53,9 @@ void TestOpenSsl::keyDerivation_data()
     QTest::addColumn<QString>("password");
     QTest::addColumn<QByteArray>("salt");
     const QByteArray salt = QByteArray::fromHex("0123456789abcdef");
-    // The key is derived from the UTF-8 bytes of the password.
+    // The key is derived from the UTF-8 bytes of the password; the crypto e2e test
+    // decodes every cipher with `openssl enc -d`.
     QTest::newRow("utf-8 password") << QStringLiteral("aes-256-cbc") << QStringLiteral("pässwörd ✓") << salt;
-    QTest::newRow("long password, no salt") << QStringLiteral("aes-128-ofb") << QString(200, QLatin1Char('x'))
-                                            << QByteArray();
 }
 
 void TestOpenSsl::keyDerivation()
@@ -86,7 +66,7 @@ void TestOpenSsl::keyDerivation()
     const QPair<QByteArray, QByteArray> expected = opensslKeyAndIv(option, password, salt);
     QVERIFY2(!expected.first.isEmpty(), "openssl enc -P gave no key");
     OpenSsl cipher;
-    QVERIFY2(cipher.encryptInit(algorithmOf(option), password.toUtf8(), salt), qPrintable(cipher.lastError()));
+    QVERIFY2(cipher.encryptInit(ClientSideEncryption::algorithmFromString(option, nullptr), password.toUtf8(), salt), qPrintable(cipher.lastError()));
     QCOMPARE(cipher.key().toHex().toUpper(), expected.first);
     QCOMPARE(cipher.iv().toHex().toUpper(), expected.second);
 }
@@ -96,8 +76,9 @@ void TestOpenSsl::noVectorNeedsCompatibilityPassword()
     // Without a vector in the metadata the list is not tried: nothing in
     // this tool sets the compatibility password.
     OpenSsl decryptor;
-    QVERIFY(!decryptor.decryptInit(ClientSideEncryption::Aes256Cbc, passwordList({"right"}), QByteArray(),
-                                   QByteArray()));
+    DecryptionPasswords passwords;
+    passwords.append(Password::fromString("right"));
+    QVERIFY(!decryptor.decryptInit(ClientSideEncryption::Aes256Cbc, passwords, QByteArray(), QByteArray()));
     QCOMPARE(decryptor.lastError(), QStringLiteral("No valid password was found"));
 }
 
