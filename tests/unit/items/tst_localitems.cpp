@@ -12,7 +12,6 @@ class TestLocalItems : public QObject
 private Q_SLOTS:
     void concatPath_data();
     void concatPath();
-    void nameSharesPathStorage();
     void fileKeepsParentChainAlive();
 };
 
@@ -49,22 +48,6 @@ void TestLocalItems::concatPath()
     QFETCH(QString, name);
     QFETCH(QString, joined);
     QCOMPARE(AbstractLocalContainer::concatPath(delimiter, path, name), joined);
-}
-
-void TestLocalItems::nameSharesPathStorage()
-{
-    // A division slash looks like the delimiter but is a character of the name.
-    const QString name = QString::fromUtf8("a\u2215b.txt");
-    const QString path = QStringLiteral("/data/") + name;
-    const auto data = folderUnder(rootDrive(), QStringLiteral("data"));
-    LocalFile file(data, path, name.size(), QDateTime::currentDateTime(), 12);
-    LocalFolder folder(data, path, name.size());
-
-    // The name is a view into the stored path, not a copy.
-    const QString stored = file.path();
-    QCOMPARE(file.nameRef(), QStringView(name));
-    QCOMPARE(file.nameRef().data(), stored.constData() + stored.size() - name.size());
-    QCOMPARE(folder.nameRef(), QStringView(name));
 }
 
 void TestLocalItems::fileKeepsParentChainAlive()

@@ -41,8 +41,8 @@ void TestShell::concurrency()
     }
     ListShellOperation root(children);
     QVERIFY(runShell(&root, threads));
-    QCOMPARE(probe.runs.loadAcquire(), operations);
-    QCOMPARE(probe.maxInFlight.loadAcquire(), maxInFlight);
+    QCOMPARE(probe.runs, operations);
+    QCOMPARE(probe.maxInFlight, maxInFlight);
     QVERIFY(probe.threads.size() <= threads && !probe.threads.contains(QThread::currentThread()));
 }
 

@@ -32,9 +32,7 @@ const QByteArray global_secretKey = "wJalrXUtnFEMI/K7MDENG/bPxRfiCYEXAMPLEKEY";
 
 QSharedPointer<AbstractCloudFile> loopbackFile(int port, const QString& key)
 {
-    const QSharedPointer<AbstractBucket> bucket =
-        Driver::createBucketItem(QStringLiteral("johnsmith"), QDateTime(), loopbackAccount(port));
-    return Driver::createFile(key, 0, QDateTime(), QByteArray(), bucket, true, QByteArray(),
+    return Driver::createFile(key, 0, QDateTime(), QByteArray(), loopbackBucket(port), true, QByteArray(),
                               QSharedPointer<AbstractUser>(), StorageDirective::StandardStorage);
 }
 

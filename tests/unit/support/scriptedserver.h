@@ -32,7 +32,6 @@ public:
         }
     }
 
-    void setScript(Script script) { m_script = std::move(script); }
     quint16 port() const { return m_server.serverPort(); }
     int connections() const { return m_connections; }
     int disconnections() const { return m_disconnections; }

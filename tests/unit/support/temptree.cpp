@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QFile>
 
-#include "items/abstractfile.h"
 #include "items/drive.h"
 #include "items/localfolder.h"
 #include "items/mycomputer.h"
@@ -19,16 +18,6 @@ bool makeEntry(const QDir& root, const QString& entry)
         return root.mkpath(entry);
     QFile file(root.filePath(entry));
     return file.open(QIODevice::WriteOnly) && file.write(entry.toUtf8()) == entry.toUtf8().size();
-}
-
-template<typename Item>
-QStringList relative(const QString& root, const QList<QSharedPointer<Item>>& items)
-{
-    const QDir dir(root);
-    QStringList paths;
-    for (const QSharedPointer<Item>& item : items)
-        paths.append(dir.relativeFilePath(item->path()));
-    return paths;
 }
 
 } // namespace
@@ -49,14 +38,4 @@ QSharedPointer<LocalFolder> localFolderAt(const QString& path)
                                                      QSharedPointer<MyComputer>());
     const QString clean = QDir::cleanPath(path);
     return QSharedPointer<LocalFolder>::create(drive, clean, int(clean.size() - clean.lastIndexOf('/') - 1));
-}
-
-QStringList relativePaths(const QString& root, const QList<QSharedPointer<AbstractFile>>& files)
-{
-    return relative(root, files);
-}
-
-QStringList relativePaths(const QString& root, const QList<QSharedPointer<AbstractFolder>>& folders)
-{
-    return relative(root, folders);
 }

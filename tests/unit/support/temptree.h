@@ -1,12 +1,11 @@
 #ifndef TEMPTREE_H
 #define TEMPTREE_H
 
+#include <QDir>
 #include <QList>
 #include <QSharedPointer>
 #include <QStringList>
 
-class AbstractFile;
-class AbstractFolder;
 class LocalFolder;
 
 // Makes entries below root: "d/" is a folder, "f" a file whose content is its
@@ -17,7 +16,13 @@ bool makeTree(const QString& root, const QStringList& entries);
 QSharedPointer<LocalFolder> localFolderAt(const QString& path);
 
 // The paths of items relative to root, in list order.
-QStringList relativePaths(const QString& root, const QList<QSharedPointer<AbstractFile>>& files);
-QStringList relativePaths(const QString& root, const QList<QSharedPointer<AbstractFolder>>& folders);
+template<typename Item>
+QStringList relativePaths(const QString& root, const QList<QSharedPointer<Item>>& items)
+{
+    QStringList paths;
+    for (const QSharedPointer<Item>& item : items)
+        paths.append(QDir(root).relativeFilePath(item->path()));
+    return paths;
+}
 
 #endif

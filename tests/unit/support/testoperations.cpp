@@ -1,21 +1,16 @@
 #include "testoperations.h"
 
-#include <QCoreApplication>
-
 void HandlerProbe::enter()
 {
     {
         QMutexLocker locker(&mutex);
         threads.insert(QThread::currentThread());
+        ++runs;
+        maxInFlight = qMax(maxInFlight, ++inFlight);
     }
-    runs.fetchAndAddOrdered(1);
-    const int now = inFlight.fetchAndAddOrdered(1) + 1;
-    int seen = maxInFlight.loadAcquire();
-    while (now > seen && !maxInFlight.testAndSetOrdered(seen, now))
-        seen = maxInFlight.loadAcquire();
-    if (sleepMs > 0)
-        QThread::msleep(sleepMs);
-    inFlight.fetchAndSubOrdered(1);
+    QThread::msleep(sleepMs);
+    QMutexLocker locker(&mutex);
+    --inFlight;
 }
 
 void ProbeLocalOperation::run(LocalOperationRunner&)

@@ -1,7 +1,6 @@
 #ifndef TESTOPERATIONS_H
 #define TESTOPERATIONS_H
 
-#include <QAtomicInt>
 #include <QMutex>
 #include <QSet>
 #include <QThread>
@@ -15,9 +14,9 @@ struct HandlerProbe
 {
     QMutex mutex;
     QSet<QThread*> threads;
-    QAtomicInt inFlight;
-    QAtomicInt maxInFlight;
-    QAtomicInt runs;
+    int inFlight = 0;
+    int maxInFlight = 0;
+    int runs = 0;
     int sleepMs = 0;
 
     void enter();
