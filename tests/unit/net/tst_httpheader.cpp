@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include "net/httpheader.h"
+#include "net/metadata.h"
 
 class TestHttpHeader : public QObject
 {
@@ -13,16 +14,38 @@ private Q_SLOTS:
     void requestPath();
     void contentLength_data();
     void contentLength();
+    void appendRemoveAndSort();
+    void equalityIgnoresOrderAndCase_data();
+    void equalityIgnoresOrderAndCase();
+    void keepUserKeys_data();
+    void keepUserKeys();
 };
+
+static Metadata fieldsOf(const QList<QPair<QByteArray, QByteArray>>& pairs)
+{
+    Metadata m;
+    for (const auto& p : pairs)
+        m.append(HttpField(p.first, p.second));
+    return m;
+}
+
+// The fields as "key:value" lines, in order.
+static QByteArray text(const Metadata& m)
+{
+    QByteArray result;
+    for (int i = 0; i < m.count(); ++i)
+        result += m.at(i).toByteArray(false) + '\n';
+    return result;
+}
 
 void TestHttpHeader::responseHead_data()
 {
-    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("raw");
     QTest::addColumn<bool>("valid");
     QTest::addColumn<int>("code");
     QTest::addColumn<QByteArray>("reason");
-    QTest::addColumn<QByteArray>("fields"); // key=value;... of what stayed
-    QTest::newRow("no reason") << QByteArray("HTTP/1.0 200\r\nServer: x") << true << 200 << QByteArray() << QByteArray("Server=x");
+    QTest::addColumn<QByteArray>("fields"); // what stayed, as "key:value" lines
+    QTest::newRow("no reason") << QByteArray("HTTP/1.0 200\r\nServer: x") << true << 200 << QByteArray() << QByteArray("Server:x\n");
     QTest::newRow("extra blanks") << QByteArray("HTTP/1.1   404 \t  Not   Found") << true << 404 << QByteArray("Not Found") << QByteArray();
     QTest::newRow("code digit then letters") << QByteArray("HTTP/1.1 2xx Fine") << true << 0 << QByteArray("Fine") << QByteArray();
     QTest::newRow("code starts with letter") << QByteArray("HTTP/1.1 x200 OK") << false << -1 << QByteArray() << QByteArray();
@@ -30,29 +53,25 @@ void TestHttpHeader::responseHead_data()
     QTest::newRow("only the version") << QByteArray("HTTP/1.1") << false << -1 << QByteArray() << QByteArray();
     QTest::newRow("not http") << QByteArray("ICY/1.1 200 OK") << false << -1 << QByteArray() << QByteArray();
     QTest::newRow("blank head, no status") << QByteArray(" \r\n\r\n  \n") << true << -1 << QByteArray() << QByteArray();
-    QTest::newRow("repeated field: the last, at the end") << QByteArray("HTTP/1.1 200 OK\r\nETag: 1\r\nDate: d\r\netag: 2\r\n") << true << 200 << QByteArray("OK") << QByteArray("Date=d;etag=2");
-    QTest::newRow("continuation joins with one blank") << QByteArray("HTTP/1.1 200 OK\r\nX-Long: first\r\n \t second  \r\nA: b\r\n") << true << 200 << QByteArray("OK") << QByteArray("X-Long=first second;A=b");
-    QTest::newRow("bare LF and blank lines") << QByteArray("\n\nHTTP/1.1 201 Created\nA:  1 \n\n\nB:\n") << true << 201 << QByteArray("Created") << QByteArray("A=1;B=");
-    QTest::newRow("line without colon invalidates, earlier fields kept") << QByteArray("HTTP/1.1 200 OK\r\nA: 1\r\ngarbage\r\nB: 2\r\n") << false << 200 << QByteArray("OK") << QByteArray("A=1");
-    QTest::newRow("status line continued") << QByteArray("  HTTP/1.1 503 Slow\r\n\tDown\r\nA: 1") << true << 503 << QByteArray("Slow Down") << QByteArray("A=1");
+    QTest::newRow("repeated field: the last, at the end") << QByteArray("HTTP/1.1 200 OK\r\nETag: 1\r\nDate: d\r\netag: 2\r\n") << true << 200 << QByteArray("OK") << QByteArray("Date:d\netag:2\n");
+    QTest::newRow("continuation joins with one blank") << QByteArray("HTTP/1.1 200 OK\r\nX-Long: first\r\n \t second  \r\nA: b\r\n") << true << 200 << QByteArray("OK") << QByteArray("X-Long:first second\nA:b\n");
+    QTest::newRow("bare LF and blank lines") << QByteArray("\n\nHTTP/1.1 201 Created\nA:  1 \n\n\nB:\n") << true << 201 << QByteArray("Created") << QByteArray("A:1\nB:\n");
+    QTest::newRow("line without colon invalidates, earlier fields kept") << QByteArray("HTTP/1.1 200 OK\r\nA: 1\r\ngarbage\r\nB: 2\r\n") << false << 200 << QByteArray("OK") << QByteArray("A:1\n");
+    QTest::newRow("status line continued") << QByteArray("  HTTP/1.1 503 Slow\r\n\tDown\r\nA: 1") << true << 503 << QByteArray("Slow Down") << QByteArray("A:1\n");
 }
 
 void TestHttpHeader::responseHead()
 {
-    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, raw);
     QFETCH(bool, valid);
     QFETCH(int, code);
     QFETCH(QByteArray, reason);
     QFETCH(QByteArray, fields);
-    HttpResponseHeader head(text);
+    HttpResponseHeader head(raw);
     QCOMPARE(head.isValid(), valid);
     QCOMPARE(head.statusCode(), code);
     QCOMPARE(head.reasonPhrase(), reason);
-    QList<QByteArray> seen;
-    const Metadata m = head.metadata();
-    for (int i = 0; i < m.count(); ++i)
-        seen << m.at(i).key() + '=' + m.at(i).value();
-    QCOMPARE(seen.join(';'), fields);
+    QCOMPARE(text(head.metadata()), fields);
 }
 
 void TestHttpHeader::requestWritesFixedVersionAndFieldOrder()
@@ -107,6 +126,68 @@ void TestHttpHeader::contentLength()
     HttpResponseHeader head(text);
     QCOMPARE(head.containsContentLength(), present);
     QCOMPARE(head.contentLength(), length);
+}
+
+void TestHttpHeader::appendRemoveAndSort()
+{
+    // A name held again, in any case, replaces the old field and moves to the end.
+    Metadata m = fieldsOf({ { "ETag", "a" }, { "Date", "d" }, { "etag", "b" } });
+    QCOMPARE(text(m), QByteArray("Date:d\netag:b\n"));
+    m.append(fieldsOf({ { "DATE", "e" }, { "X-New", "n" } }));
+    QCOMPARE(text(m), QByteArray("etag:b\nDATE:e\nX-New:n\n"));
+    QCOMPARE(m.at(2).toByteArray(true), QByteArray("X-New: n"));
+    QCOMPARE(m.field("date").value(), QByteArray("e"));
+    QVERIFY(m.field("missing").isNull());
+
+    // Sorted by the bytes of the keys, then of the values.
+    m.append(HttpField("a", "z"));
+    m.sort();
+    QCOMPARE(text(m), QByteArray("DATE:e\nX-New:n\na:z\netag:b\n"));
+    QVERIFY(qHttpFieldLessThan(HttpField("k", "A"), HttpField("k", "a")));
+    QVERIFY(!qHttpFieldLessThan(HttpField("k", "a"), HttpField("k", "a")));
+
+    m.remove("ETAG");
+    m.remove(QList<QByteArray>{ "date", "X-NEW" });
+    QCOMPARE(text(m), QByteArray("a:z\n"));
+}
+
+void TestHttpHeader::equalityIgnoresOrderAndCase_data()
+{
+    QTest::addColumn<Metadata>("left");
+    QTest::addColumn<Metadata>("right");
+    QTest::addColumn<bool>("equal");
+    QTest::newRow("other order") << fieldsOf({ { "a", "1" }, { "b", "2" } }) << fieldsOf({ { "b", "2" }, { "a", "1" } }) << true;
+    QTest::newRow("value case") << fieldsOf({ { "a", "Text" } }) << fieldsOf({ { "A", "tEXT" } }) << true;
+    QTest::newRow("subset") << fieldsOf({ { "a", "1" } }) << fieldsOf({ { "a", "1" }, { "b", "2" } }) << false;
+}
+
+void TestHttpHeader::equalityIgnoresOrderAndCase()
+{
+    QFETCH(Metadata, left);
+    QFETCH(Metadata, right);
+    QFETCH(bool, equal);
+    QCOMPARE(left == right, equal);
+    QCOMPARE(right != left, !equal);
+}
+
+void TestHttpHeader::keepUserKeys_data()
+{
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("amz lower") << QByteArray("x-amz-meta-owner") << true;
+    QTest::newRow("amz capitals") << QByteArray("X-AMZ-META-OWNER") << false;
+    QTest::newRow("nifty") << QByteArray("x-nifty-meta-owner") << false;
+    QTest::newRow("content-type any case") << QByteArray("CONTENT-type") << true;
+    QTest::newRow("etag") << QByteArray("ETag") << false;
+}
+
+void TestHttpHeader::keepUserKeys()
+{
+    QFETCH(QByteArray, key);
+    QFETCH(bool, kept);
+    Metadata m = fieldsOf({ { "Date", "now" }, { key, "v" } });
+    m.keepUserKeys();
+    QCOMPARE(text(m), kept ? key + ":v\n" : QByteArray());
 }
 
 QTEST_GUILESS_MAIN(TestHttpHeader)
