@@ -39,11 +39,9 @@ private Q_SLOTS:
     void requestUrl_data();
     void requestUrl();
     void versionQuery();
-    void rootItemAndParentChain();
 
     void concatPath_data();
     void concatPath();
-    void fileKeepsParentChainAlive();
 private:
     QList<QSharedPointer<AbstractFolder>> roots() const;
 
@@ -423,38 +421,6 @@ void TestItems::versionQuery()
     QCOMPARE(encoded(folder), QStringLiteral("http://mybucket.s3.amazonaws.com/d/?versionId=f1"));
 }
 
-void TestItems::rootItemAndParentChain()
-{
-    QSharedPointer<S3File> leaf;
-    QWeakPointer<AbstractBucket> weakRoot;
-    {
-        const auto root = bucket(account(AbstractAccount::AmazonS3Provider));
-        weakRoot = root;
-        const auto a = QSharedPointer<S3Folder>::create(root, QStringLiteral("a"));
-        const auto b = QSharedPointer<S3Folder>::create(a, QStringLiteral("b"));
-        leaf = file(b, QStringLiteral("a/b/f"));
-        QCOMPARE(b->rootItem(), root.staticCast<AbstractFolder>());
-    }
-    // The file alone keeps the whole chain, up to the bucket, alive.
-    QVERIFY(!weakRoot.isNull());
-    QCOMPARE(leaf->rootItem()->name(), QStringLiteral("mybucket"));
-    QCOMPARE(leaf->folder()->bucketName(), QStringLiteral("mybucket"));
-}
-
-namespace {
-
-QSharedPointer<Drive> rootDrive()
-{
-    return QSharedPointer<Drive>::create(QLatin1Char('/'), QStringLiteral("/"), QSharedPointer<MyComputer>());
-}
-
-QSharedPointer<LocalFolder> folderUnder(const QSharedPointer<AbstractLocalContainer>& parent, const QString& name)
-{
-    return QSharedPointer<LocalFolder>::create(parent, name);
-}
-
-} // namespace
-
 void TestItems::concatPath_data()
 {
     QTest::addColumn<QChar>("delimiter");
@@ -474,32 +440,6 @@ void TestItems::concatPath()
     QFETCH(QString, name);
     QFETCH(QString, joined);
     QCOMPARE(AbstractLocalContainer::concatPath(delimiter, path, name), joined);
-}
-
-void TestItems::fileKeepsParentChainAlive()
-{
-    QWeakPointer<Drive> weakDrive;
-    QWeakPointer<LocalFolder> weakFolder;
-    QSharedPointer<LocalFile> file;
-    {
-        const auto drive = rootDrive();
-        const auto folder = folderUnder(folderUnder(drive, QStringLiteral("a")), QStringLiteral("b"));
-        weakDrive = drive;
-        weakFolder = folder;
-        file = QSharedPointer<LocalFile>::create(folder, QStringLiteral("c"));
-    }
-    QVERIFY(!weakFolder.isNull());
-    QVERIFY(!weakDrive.isNull());
-    QCOMPARE(file->parent()->path(), QStringLiteral("/a/b"));
-
-    // A clone shares the parent, and keeps the chain alive on its own.
-    QSharedPointer<AbstractItem> copy = file->clone();
-    QCOMPARE(copy.staticCast<LocalFile>()->parent(), file->parent());
-    file.reset();
-    QVERIFY(!weakDrive.isNull());
-    copy.reset();
-    QVERIFY(weakFolder.isNull());
-    QVERIFY(weakDrive.isNull());
 }
 
 QTEST_GUILESS_MAIN(TestItems)

@@ -21,7 +21,6 @@
 #include "operations/localfolderlistatomicoperation.h"
 #include "operations/localmd5atomicoperation.h"
 #include "operations/localoperationrunner.h"
-#include "operations/operationhandler.h"
 #include "temptree.h"
 
 // The local atomic operations on a real temporary tree.
@@ -44,7 +43,6 @@ private Q_SLOTS:
     void md5ReadOncePerRun();
     void md5StopsBetweenReads_data();
     void md5StopsBetweenReads();
-    void handlerLogsHeaderPathAndError();
     void encodingAnUnreadableFileIsAFileError();
 
 private:
@@ -374,26 +372,6 @@ void TestLocalOperations::md5StopsBetweenReads()
     QVERIFY(!device->isOpen());
     QVERIFY(op.md5.isEmpty());
     QCOMPARE(op.error().message(), "Operation: MD5 checksum\nPath: " + path("f") + "\nOperation aborted");
-}
-
-void TestLocalOperations::handlerLogsHeaderPathAndError()
-{
-    OperationHandler handler;
-    QSignalSpy finished(&handler, &OperationHandler::operationFinished);
-    handler.setLogEnabled(true);
-    DeleteLocalFileAtomicOperation failing(nullptr, fileAt(path("gone")));
-    handler.slotExecuteLocalOperation(&failing);
-    QCOMPARE(finished.size(), 1);
-    QCOMPARE(QString::fromUtf8(failing.log()), "\n\n*** Operation: Delete file ***\n\nPath : " + path("gone")
-                                                   + "\nError : " + failing.error().toString(true));
-    LocalMd5AtomicOperation md5(nullptr, QSharedPointer<AbstractFile>(), QSharedPointer<QBuffer>::create());
-    handler.slotExecuteLocalOperation(&md5);
-    QVERIFY(md5.log().endsWith("\n\nMD5 = \"d41d8cd98f00b204e9800998ecf8427e\" (\"1B2M2Y8AsgTpgAmY7PhCfg==\")"));
-
-    handler.setLogEnabled(false);
-    DeleteLocalFileAtomicOperation quiet(nullptr, fileAt(path("gone")));
-    handler.slotExecuteLocalOperation(&quiet);
-    QVERIFY(!quiet.error().isNull() && quiet.log().isEmpty());
 }
 
 void TestLocalOperations::encodingAnUnreadableFileIsAFileError()

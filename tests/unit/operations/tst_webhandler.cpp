@@ -21,8 +21,6 @@ private Q_SLOTS:
     void signedRequestAndItsLog();
     void connectionFollowsHost_data();
     void connectionFollowsHost();
-    void downloadProgress_data();
-    void downloadProgress();
     void ignoredOperationAbortsBeforeTheBody();
 };
 
@@ -39,12 +37,7 @@ QSharedPointer<AbstractCloudFile> loopbackFile(int port, const QString& key)
 // Runs op alone on a handler of the calling thread, as a shell's child.
 struct DirectRun
 {
-    explicit DirectRun(AbstractOperation* op) : root({op})
-    {
-        root.takeNextToExecute();
-        QObject::connect(&handler, &OperationHandler::handlerOperationProgress, &handler,
-                         [this] { ++progressReports; });
-    }
+    explicit DirectRun(AbstractOperation* op) : root({op}) { root.takeNextToExecute(); }
 
     bool run(AbstractOperation* op)
     {
@@ -55,7 +48,6 @@ struct DirectRun
 
     ListShellOperation root;
     OperationHandler handler;
-    int progressReports = 0;
 };
 
 } // namespace
@@ -130,45 +122,6 @@ void TestWebHandler::connectionFollowsHost()
     QVERIFY(root.error().isNull());
     QCOMPARE(first.heads.size() + second.heads.size(), int(stores.size()));
     QCOMPARE((QList<int>{first.connections(), second.connections()}), connections);
-}
-
-void TestWebHandler::downloadProgress_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<bool>("counted");
-    QTest::newRow("200") << 200 << true;
-    QTest::newRow("500") << 500 << false;
-}
-
-void TestWebHandler::downloadProgress()
-{
-    QFETCH(int, status);
-    QFETCH(bool, counted);
-    const int pieces = 20;
-    const QByteArray piece(100, 'd');
-    ScriptedServer server([&](QTcpSocket* socket, QByteArray& in) {
-        if (!ScriptedServer::takeRequest(in))
-            return;
-        QList<QByteArray> parts{"HTTP/1.1 " + QByteArray::number(status) + " X\r\nContent-Length: "
-                                + QByteArray::number(pieces * piece.size()) + "\r\n\r\n"};
-        for (int i = 0; i < pieces; ++i)
-            parts << piece;
-        ScriptedServer::writeSlowly(socket, parts, 40);
-    });
-    auto* op = new TestObjectOperation(nullptr, loopbackFile(server.port(), QStringLiteral("k")));
-    op->setTransferType(AbstractWebServiceOperation::DownloadTransfer);
-    DirectRun direct(op);
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(direct.run(op));
-
-    // The body is collected either way, for an error document.
-    QCOMPARE(op->responseData().size(), pieces * piece.size());
-    QCOMPARE(op->transferProgress(), counted ? qint64(pieces * piece.size()) : 0);
-    QCOMPARE(op->error().isNull(), counted);
-    // Once per 300 ms at most, not once per block; never for an error document.
-    QVERIFY2(counted ? direct.progressReports >= 1 && direct.progressReports <= clock.elapsed() / 300 + 1
-                     : direct.progressReports == 0, qPrintable(QString::number(direct.progressReports)));
 }
 
 void TestWebHandler::ignoredOperationAbortsBeforeTheBody()

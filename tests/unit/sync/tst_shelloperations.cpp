@@ -5,11 +5,8 @@
 #include "items/localfolder.h"
 #include "shellrunner.h"
 #include "sync/folderexistsoperation.h"
-#include "sync/listordering.h"
 #include "sync/shellcreatefolderoperation.h"
 #include "sync/shelldeletecontaineroperation.h"
-#include "sync/shelldeletefileoperation.h"
-#include "sync/shelldeletevirtualfolderoperation.h"
 #include "temptree.h"
 #include "testoperations.h"
 
@@ -20,8 +17,6 @@ class TestShellOperations : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init();
-    void deleteWalkStructure_data();
-    void deleteWalkStructure();
     void deleteFailuresLeaveFolderAndReachRoot();
     void localCreationHoldsBackNextSibling();
 
@@ -38,77 +33,12 @@ QSharedPointer<AbstractFile> fileItem(const QSharedPointer<AbstractFolder>& pare
     return QSharedPointer<LocalFile>::create(parent.staticCast<AbstractLocalContainer>(), name);
 }
 
-// One line for a deletion tree: C container[children], V folder, F file; a *
-// marks an operation that waits for all its earlier siblings.
-QString describe(AbstractOperation* op)
-{
-    const QString wait = op->waitForPrevious() ? QStringLiteral("*") : QString();
-    switch (op->type()) {
-    case AbstractOperation::ShellDeleteContainerType: {
-        auto* container = static_cast<ShellDeleteContainerOperation*>(op);
-        QStringList children;
-        for (int i = 0; i < container->operationCount(); ++i)
-            children.append(describe(container->operationAt(i)));
-        return wait + "C:" + container->folder->path() + "[" + children.join(' ') + "]";
-    }
-    case AbstractOperation::ShellDeleteVirtualFolderType:
-        return wait + "V:" + static_cast<ShellDeleteVirtualFolderOperation*>(op)->folder->path();
-    case AbstractOperation::ShellDeleteFileType:
-        return wait + "F:" + static_cast<ShellDeleteFileOperation*>(op)->file->path();
-    default:
-        return wait + QString::number(op->type());
-    }
-}
-
 } // namespace
 
 void TestShellOperations::init()
 {
     m_dir.reset(new QTemporaryDir);
     QVERIFY(m_dir->isValid());
-}
-
-void TestShellOperations::deleteWalkStructure_data()
-{
-    QTest::addColumn<QStringList>("folders");
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QString>("expected");
-    // Each folder is removed after all that it holds; a file's deletion waits for nothing.
-    QTest::newRow("mixed") << QStringList{"a", "a/x", "b", "c"} << QStringList{"f1", "f2", "a/g", "c/h", "a/x/i"}
-        << "C:/r/a[C:/r/a/x[F:/r/a/x/i *V:/r/a/x] F:/r/a/g *V:/r/a] V:/r/b C:/r/c[F:/r/c/h *V:/r/c] F:/r/f2 F:/r/f1 *V:/r";
-    QTest::newRow("hyphen sorts before its look-alike folder") << QStringList{"a", "a-b", "a/b"} << QStringList{"a-b/f", "a/f", "a-b.txt"}
-        << "C:/r/a-b[F:/r/a-b/f *V:/r/a-b] C:/r/a[V:/r/a/b F:/r/a/f *V:/r/a] F:/r/a-b.txt *V:/r";
-}
-
-void TestShellOperations::deleteWalkStructure()
-{
-    QFETCH(QStringList, folders);
-    QFETCH(QStringList, files);
-    QFETCH(QString, expected);
-    const auto root = localFolderAt(QStringLiteral("/r"));
-    QHash<QString, QSharedPointer<AbstractFolder>> byPath{{QStringLiteral("/r"), root}};
-    QList<QSharedPointer<AbstractFolder>> folderList;
-    for (const QString& relative : std::as_const(folders)) {
-        const QString full = "/r/" + relative;
-        const auto parent = byPath.value(full.left(full.lastIndexOf('/')));
-        const auto folder = QSharedPointer<LocalFolder>::create(parent.staticCast<AbstractLocalContainer>(),
-                                                                relative.section('/', -1));
-        byPath.insert(full, folder);
-        folderList.append(folder);
-    }
-    QList<QSharedPointer<AbstractFile>> fileList;
-    for (const QString& relative : std::as_const(files)) {
-        const QString full = "/r/" + relative;
-        fileList.append(fileItem(byPath.value(full.left(full.lastIndexOf('/'))), relative.section('/', -1)));
-    }
-    sortListsConcurrently(&fileList, &folderList);
-
-    ShellDeleteContainerOperation op(nullptr, root, folderList, fileList, false);
-    QVERIFY(op.listed);
-    QStringList children;
-    for (int i = 0; i < op.operationCount(); ++i)
-        children.append(describe(op.operationAt(i)));
-    QCOMPARE(children.join(' '), expected);
 }
 
 void TestShellOperations::deleteFailuresLeaveFolderAndReachRoot()
