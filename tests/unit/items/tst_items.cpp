@@ -51,8 +51,7 @@ private:
 namespace {
 
 // An account of provider on host (the provider's default when empty).
-QSharedPointer<AbstractAccount> account(int provider, const QString& host = QString(),
-                                        bool https = false, int port = 0)
+QSharedPointer<AbstractAccount> account(int provider, const QString& host = QString(), bool https = false, int port = 0)
 {
     const auto kind = AbstractAccount::Provider(provider);
     QSharedPointer<AbstractAccount> result = Driver::createAccount(kind, Id(QStringLiteral("id")));
@@ -73,8 +72,7 @@ QSharedPointer<S3File> file(const QSharedPointer<AbstractS3Folder>& parent, cons
                             bool latest = true, const QByteArray& version = QByteArray())
 {
     return QSharedPointer<S3File>::create(key, 3, QDateTime(), QByteArray(), parent, latest,
-                                          version, QSharedPointer<AbstractUser>(),
-                                          StorageDirective::StandardStorage);
+                                          version, QSharedPointer<AbstractUser>(), StorageDirective::StandardStorage);
 }
 
 QString encoded(const QSharedPointer<AbstractItem>& item)
@@ -244,8 +242,7 @@ void TestItems::localPathsResolve()
     const bool local = typed.startsWith(QLatin1String("a"));
     const QString path = m_dir.path() + QLatin1Char('/') + typed;
     const QUrl url = local ? QUrl::fromLocalFile(type == AbstractItem::LocalFolderItem
-                                                     ? Driver::normalizeFolder(path) : path)
-                           : QUrl(typed);
+                                                     ? Driver::normalizeFolder(path) : path) : QUrl(typed);
     const auto endpoint = account(AbstractAccount::AmazonS3Provider)->endpoint();
     const QSharedPointer<AbstractItem> item = Driver::itemFromUrl(url, roots(), {endpoint});
     QCOMPARE(item.isNull(), type < 0);
@@ -256,10 +253,8 @@ void TestItems::localPathsResolve()
 
     // The chain above is built down from the root drive, one folder a level.
     const bool isFile = type == AbstractItem::LocalFileItem;
-    const auto parent = isFile ? item.staticCast<LocalFile>()->parent()
-                               : item.staticCast<LocalFolder>()->parent();
-    const auto root = isFile ? item.staticCast<LocalFile>()->rootItem()
-                             : item.staticCast<LocalFolder>()->rootItem();
+    const auto parent = isFile ? item.staticCast<LocalFile>()->parent() : item.staticCast<LocalFolder>()->parent();
+    const auto root = isFile ? item.staticCast<LocalFile>()->rootItem() : item.staticCast<LocalFolder>()->rootItem();
     QCOMPARE(root->path(), QStringLiteral("/"));
     if (!parentName.isEmpty())
         QCOMPARE(parent->name(), parentName);
@@ -302,14 +297,12 @@ void TestItems::cloudPathsResolve()
     QFETCH(QString, key);
     QFETCH(bool, ownBucket);
 
-    const QStringList names = provider == AbstractAccount::GoogleStorageProvider
-                                  ? QStringList{"gbucket"}
+    const QStringList names = provider == AbstractAccount::GoogleStorageProvider ? QStringList{"gbucket"}
                                   : QStringList{"My_Bucket", "mybucket", "Other_Bucket"};
     const CloudSide side = cloudSide(AbstractAccount::Provider(provider), host, port, names);
     const QSharedPointer<Endpoint> endpoint = side.account->endpoint();
     const QUrl url = Driver::urlFromDisplayPath(path, endpoint->hostName(), port);
-    const QSharedPointer<AbstractItem> item =
-        Driver::itemFromUrl(url, roots() + side.roots, {endpoint});
+    const QSharedPointer<AbstractItem> item = Driver::itemFromUrl(url, roots() + side.roots, {endpoint});
     QVERIFY(item);
     QCOMPARE(int(item->itemType()), type);
 
@@ -326,8 +319,7 @@ void TestItems::cloudPathsResolve()
         itemKey = folder->path();
         // A folder hangs directly below its bucket, however deep its key.
         if (type == AbstractItem::CloudFolderItem)
-            QCOMPARE(item.staticCast<AbstractWSFolder>()->parent()->itemType(),
-                     AbstractItem::BucketItem);
+            QCOMPARE(item.staticCast<AbstractWSFolder>()->parent()->itemType(), AbstractItem::BucketItem);
     }
     QCOMPARE(itemKey, key);
     const auto bucket = root.staticCast<AbstractBucket>();
@@ -343,8 +335,7 @@ void TestItems::versionQueryMakesOldVersion()
 {
     const CloudSide side = cloudSide(AbstractAccount::AmazonS3Provider, QString(), 0, {"mybucket"});
     const QUrl url(QStringLiteral("https://mybucket.s3.amazonaws.com/d/k?versionId=v%2B1"));
-    const auto item = Driver::itemFromUrl(url, side.roots, {side.account->endpoint()})
-                          .staticCast<AbstractCloudFile>();
+    const auto item = Driver::itemFromUrl(url, side.roots, {side.account->endpoint()}).staticCast<AbstractCloudFile>();
     QVERIFY(item);
     QVERIFY(!item->isLatest());
     QCOMPARE(item->versionId(), QByteArray("v+1"));

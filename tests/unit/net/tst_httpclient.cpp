@@ -148,8 +148,7 @@ void TestHttpClient::responseOutcome()
     });
     Recorder rec(server.port());
     HttpClient& client = rec.client;
-    const int id = client.request(
-        HttpRequestHeader(HttpRequestHeader::PutMethod, QUrl("/r")), QByteArray("in memory"));
+    const int id = client.request(HttpRequestHeader(HttpRequestHeader::PutMethod, QUrl("/r")), QByteArray("in memory"));
     QVERIFY(rec.waitFinished(2));
     QCOMPARE(rec.failed(id), code != 0);
     QCOMPARE(int(client.error()), code);
@@ -279,8 +278,7 @@ void TestHttpClient::brokenSendIsResent()
     device.setData(payload);
     Recorder rec(server.port());
     HttpClient& client = rec.client;
-    const int id = fromDevice ? client.request(put("/r", false), &device)
-                              : client.request(put("/r", false), payload);
+    const int id = fromDevice ? client.request(put("/r", false), &device) : client.request(put("/r", false), payload);
     QVERIFY(rec.waitFinished(2));
     QVERIFY(!rec.failed(id));
     QCOMPARE(server.connections(), 2);
@@ -335,8 +333,7 @@ void TestHttpClient::abortDuringResponse()
 {
     ScriptedServer server([](QTcpSocket* s, QByteArray& in) {
         while (ScriptedServer::takeRequest(in))
-            s->write(in.isEmpty() && s->property("served").toBool()
-                         ? global_ok5
+            s->write(in.isEmpty() && s->property("served").toBool() ? global_ok5
                          : QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nfirst"));
         s->setProperty("served", true);
     });

@@ -124,8 +124,7 @@ void TestTimeOffset::averageTruncates_data()
     QTest::addColumn<int>("expected");
     QTest::newRow("+10 +10 failed") << QList<int>{ 10, 10, global_noDate } << 6;
     QTest::newRow("-1 -1 failed: towards zero") << QList<int>{ -1, -1, global_noDate } << 0;
-    QTest::newRow("no dates at all") << QList<int>{ global_noDate, global_noDate, global_noDate }
-                                     << 0;
+    QTest::newRow("no dates at all") << QList<int>{ global_noDate, global_noDate, global_noDate } << 0;
 }
 
 void TestTimeOffset::averageTruncates()

@@ -262,8 +262,7 @@ void TestLocalOperations::remove()
     const QString target = path(entry.endsWith('/') ? entry.chopped(1) : entry);
     DeleteLocalEmptyFolderAtomicOperation folderOp(nullptr, localFolderAt(target));
     DeleteLocalFileAtomicOperation fileOp(nullptr, fileAt(target));
-    AbstractLocalOperation* op = entry.endsWith('/') ? static_cast<AbstractLocalOperation*>(&folderOp)
-                                                     : &fileOp;
+    AbstractLocalOperation* op = entry.endsWith('/') ? static_cast<AbstractLocalOperation*>(&folderOp) : &fileOp;
     run(op);
     QCOMPARE(QFileInfo::exists(target), !error.isEmpty() && !entry.startsWith("missing"));
     const QString message = op->error().message();
@@ -296,8 +295,7 @@ void TestLocalOperations::copy()
     QVERIFY(makeTree(m_dir->path(), {"src/", "src/a", "dst/", "dst/taken", "dst/busy/", "dst/busy/x"}));
     const QString targetPath = path("dst/" + target);
     const QByteArray before = readAll(targetPath);
-    CopyLocalFileToLocalAtomicOperation op(nullptr, fileAt(path(source)), localFolderAt(path("dst")), move,
-                                           target);
+    CopyLocalFileToLocalAtomicOperation op(nullptr, fileAt(path(source)), localFolderAt(path("dst")), move, target);
     run(&op);
     QCOMPARE(op.error().isNull(), succeeds);
     // The copy goes through a temporary file beside the target: none is left.

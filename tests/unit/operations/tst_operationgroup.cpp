@@ -199,8 +199,7 @@ void TestOperationGroup::continuationSeesOnlyTheLastAttempt()
     root.append(inner);
     QList<AbstractOperation*> heard;
     const bool local = answers.first() == "disk";
-    AbstractOperation* first = local ? static_cast<AbstractOperation*>(new ProbeLocalOperation)
-                                     : new FakeWebOperation;
+    AbstractOperation* first = local ? static_cast<AbstractOperation*>(new ProbeLocalOperation) : new FakeWebOperation;
     first->addLog("first attempt");
     inner->appendThen(first, [&](AbstractOperation* done) { heard << done; });
     AbstractOperation* last = nullptr;

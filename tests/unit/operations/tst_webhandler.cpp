@@ -79,15 +79,11 @@ void TestWebHandler::signedRequestAndItsLog()
 
     const QByteArray log = root.log();
     const QList<QByteArray> inOrder = {
-        "*** Operation: Test object ***",
-        "\nRequest description\n===================\n",
-        "PUT\\n\n\\n\ntext/xml\\n\n",
-        "x-amz-meta-colour:blue\\n\n/johnsmith/notes/a%20b.xml\n",
+        "*** Operation: Test object ***", "\nRequest description\n===================\n",
+        "PUT\\n\n\\n\ntext/xml\\n\n", "x-amz-meta-colour:blue\\n\n/johnsmith/notes/a%20b.xml\n",
         "> PUT /johnsmith/notes/a%20b.xml HTTP/1.1\n> Host: 127.0.0.1\n> Date: ",
-        "\nRequest body\n============\n<Note>\n <To>you</To>\n</Note>\n",
-        "< HTTP/1.1 200 OK\n",
-        "\nResponse body\n=============\n<Result>\n <Ok>yes</Ok>\n</Result>\n",
-    };
+        "\nRequest body\n============\n<Note>\n <To>you</To>\n</Note>\n", "< HTTP/1.1 200 OK\n",
+        "\nResponse body\n=============\n<Result>\n <Ok>yes</Ok>\n</Result>\n"};
     qsizetype from = 0;
     for (const QByteArray& part : inOrder) {
         const qsizetype at = log.indexOf(part, from);

@@ -63,8 +63,7 @@ public:
     }
 
     // Writes the pieces one after another, gapMs apart, then closes if asked.
-    static void writeSlowly(QTcpSocket* socket, const QList<QByteArray>& pieces, int gapMs,
-                            bool closeAfter = false)
+    static void writeSlowly(QTcpSocket* socket, const QList<QByteArray>& pieces, int gapMs, bool closeAfter = false)
     {
         auto* timer = new QTimer(socket);
         auto index = std::make_shared<int>(0);

@@ -6,8 +6,7 @@
 #include "operations/abstractshelloperation.h"
 #include "operations/shell.h"
 
-bool runShell(AbstractShellOperation* root, int threads, QList<AbstractShellOperation*>* finished,
-              bool logEnabled)
+bool runShell(AbstractShellOperation* root, int threads, QList<AbstractShellOperation*>* finished, bool logEnabled)
 {
     Shell shell;
     shell.setMaxConcurrentOperations(threads);

@@ -2,8 +2,7 @@
 
 #include "items/abstracts3folder.h"
 
-TestObjectOperation::TestObjectOperation(OperationGroup* parent,
-                                         const QSharedPointer<AbstractCloudFile>& file,
+TestObjectOperation::TestObjectOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& file,
                                          HttpRequestHeader::Method method)
     : WSObjectOperation(parent, file), m_method(method)
 {
@@ -19,8 +18,7 @@ TestObjectOperation* TestObjectOperation::clone(OperationGroup* parent) const
     return copy;
 }
 
-TestContainerOperation::TestContainerOperation(OperationGroup* parent,
-                                               const QSharedPointer<AbstractS3Folder>& folder,
+TestContainerOperation::TestContainerOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder,
                                                const QString& query)
     : S3ContainerOperation(parent, folder), m_query(query)
 {

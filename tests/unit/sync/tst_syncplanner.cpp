@@ -159,8 +159,7 @@ void TestSyncPlanner::plan_data()
     const int none = 0;
     const QStringList mixedSource{"new", "same", "bigger=2", "older=1@10", "sub/a", "both/", "both/x"};
     const QStringList mixedDestination{"gone", "same", "bigger=1", "older=1@20", "old/x", "old/y/z", "both/"};
-    QTest::newRow("every kind of action")
-        << mixedSource << false << mixedDestination << none
+    QTest::newRow("every kind of action") << mixedSource << false << mixedDestination << none
         << QStringList{"replace bigger (size differs)", "delete gone (not in the source)", "copy new (not in the destination)",
                        "compare older (content to compare)", "compare same (content to compare)", "copy both/x (not in the destination)",
                        "delete-folder old (not in the source)", "new-folder sub (not in the destination)", "copy sub/a (not in the destination)"};
@@ -170,8 +169,7 @@ void TestSyncPlanner::plan_data()
     QTest::newRow("a file and a folder of one name are no twins")
         << QStringList{"x"} << false << QStringList{"x/inside"} << none
         << QStringList{"copy x (not in the destination)", "delete-folder x (not in the source)"};
-    QTest::newRow("names differing in case are no twins")
-        << QStringList{"Name"} << false << QStringList{"name"} << none
+    QTest::newRow("names differing in case are no twins") << QStringList{"Name"} << false << QStringList{"name"} << none
         << QStringList{"copy Name (not in the destination)", "delete name (not in the source)"};
     // Names that go on with a character below or above the delimiter.
     QTest::newRow("neighbour names")
