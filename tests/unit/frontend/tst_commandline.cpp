@@ -8,8 +8,6 @@ private Q_SLOTS:
     void initTestCase();
     void rejectedArguments_data();
     void rejectedArguments();
-    void screens_data();
-    void screens();
 
 private:
     QString m_existing;
@@ -116,34 +114,6 @@ void TestCommandLine::rejectedArguments()
     else
         QCOMPARE(text, message);
     QCOMPARE(other, QByteArray());
-}
-
-void TestCommandLine::screens_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("start");
-
-    QTest::newRow("no arguments") << QStringList{} << 1 << helpStart;
-    QTest::newRow("--HELP") << QStringList{"--HELP"} << 0 << helpStart;
-    QTest::newRow("-V") << QStringList{"-V"} << 0 << QByteArray("\nquorle v1.31\n");
-    QTest::newRow("--version before bad option") << QStringList{"--version", "-t", "0"} << 0 << QByteArray("\nquorle v1.31\n");
-}
-
-void TestCommandLine::screens()
-{
-    QFETCH(QStringList, args);
-    QFETCH(int, exitCode);
-    QFETCH(QByteArray, start);
-    // The screens need no keys.
-    const ToolRun run = runTool(args, false);
-    QCOMPARE(run.exitCode, exitCode);
-    QVERIFY(run.out.startsWith(start));
-    QCOMPARE(run.err, QByteArray());
-    if (start == helpStart)
-        QVERIFY(run.out.endsWith("# quorle s3://mybucket/documents/ /home/robin/documents/\n\n"));
-    else
-        QVERIFY(run.out.endsWith("This software is freeware, it comes with ABSOLUTELY NO WARRANTY of any kind.\n"));
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)

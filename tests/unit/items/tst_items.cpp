@@ -224,10 +224,8 @@ void TestItems::localPathsResolve_data()
     QTest::addColumn<int>("type"); // -1: resolves to nothing
     QTest::addColumn<QString>("parentName");
     const int folder = AbstractItem::LocalFolderItem;
-    QTest::newRow("folder") << "a/b c/" << folder << "a";
     QTest::newRow("folder without slash") << "a" << folder << "";
     QTest::newRow("climbing file") << "a/b c/../b c/f.txt" << int(AbstractItem::LocalFileItem) << "b c";
-    QTest::newRow("missing local folder") << "a/nothing/" << -1 << "";
     QTest::newRow("other scheme") << "ftp://h/a/" << -1 << "";
     QTest::newRow("internal scheme") << "internal_my_computer://" << -1 << "";
     QTest::newRow("bucket not listed") << "http://mybucket.s3.amazonaws.com/x/" << -1 << "";
