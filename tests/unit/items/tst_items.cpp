@@ -350,14 +350,12 @@ void TestItems::requestUrl_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("url");
     QTest::addColumn<QString>("display");
-    QTest::newRow("bucket, dns name") << 0 << "" << false << 0 << "mybucket" << "" << "http://mybucket.s3.amazonaws.com/" << "s3://mybucket/";
     QTest::newRow("file, path style") << 0 << "" << false << 0 << "My_Bucket" << "dir/f.txt" << "http://s3.amazonaws.com/My_Bucket/dir/f.txt" << "s3://My_Bucket/dir/f.txt";
     QTest::newRow("amazon, other port") << 0 << "" << true << 8443 << "mybucket" << "dir/" << "https://mybucket.s3.amazonaws.com:8443/dir/" << "s3://mybucket:8443/dir/";
     QTest::newRow("google") << 1 << "" << false << 0 << "b12" << "dir/f" << "http://b12.storage.googleapis.com/dir/f" << "gs://b12/dir/f";
     QTest::newRow("http on 80") << 0 << "h.localhost" << false << 80 << "mybucket" << "k" << "http://mybucket.h.localhost/k" << "http://mybucket.h.localhost/k";
     QTest::newRow("http on 443") << 0 << "h.localhost" << false << 443 << "mybucket" << "k" << "http://mybucket.h.localhost:443/k" << "http://mybucket.h.localhost:443/k";
     QTest::newRow("https on 80") << 0 << "h.localhost" << true << 80 << "mybucket" << "k" << "https://mybucket.h.localhost:80/k" << "https://mybucket.h.localhost:80/k";
-    QTest::newRow("folder, path style") << 0 << "127.0.0.1" << false << 9000 << "B" << "d/" << "http://127.0.0.1:9000/B/d/" << "http://127.0.0.1:9000/B/d/";
     QTest::newRow("https, path style") << 0 << "127.0.0.1" << true << 0 << "My_Bucket" << "d/" << "https://127.0.0.1/My_Bucket/d/" << "https://127.0.0.1/My_Bucket/d/";
 }
 

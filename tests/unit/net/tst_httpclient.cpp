@@ -19,10 +19,6 @@ struct Recorder
     {
         if (port)
             client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp, port);
-        QObject::connect(&client, &HttpClient::requestStarted, [this](int id, const QByteArray& h) {
-            started.append(id);
-            lastSentHead = h;
-        });
         QObject::connect(&client, &HttpClient::requestFinished, [this](int id, bool error) {
             finished.append({ id, error });
             bodies.insert(id, body);
@@ -42,8 +38,6 @@ struct Recorder
     bool sawFinished(int id) const { return failed(id) || finished.contains({ id, false }); }
 
     HttpClient client;
-    QList<int> started;
-    QByteArray lastSentHead;
     QList<QPair<int, bool>> finished;
     QList<HttpResponseHeader> heads;
     QByteArray body;
@@ -78,7 +72,6 @@ class TestHttpClient : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void keepAliveReusesConnection();
     void responseOutcome_data();
     void responseOutcome();
     void chunkedBodySplitAnywhere_data();
@@ -94,26 +87,6 @@ private Q_SLOTS:
     void proxyRefusingCredentialsEndsTheRequest_data();
     void proxyRefusingCredentialsEndsTheRequest();
 };
-
-void TestHttpClient::keepAliveReusesConnection()
-{
-    ScriptedServer server(answerEach(global_ok5));
-    Recorder rec;
-    HttpClient& client = rec.client;
-    const int hostId = client.setHost("127.0.0.1", HttpClient::ConnectionModeHttp, server.port());
-    const int a = client.request(get("/a"));
-    const int b = client.request(get("/b"));
-    QVERIFY(client.hasPendingRequests());
-    QVERIFY(rec.waitFinished(3));
-    QCOMPARE(rec.finished, (QList<QPair<int, bool>>{ { hostId, false }, { a, false }, { b, false } }));
-    QCOMPARE(rec.bodies.value(a), QByteArray("hello"));
-    QCOMPARE(rec.bodies.value(b), QByteArray("hello"));
-    QCOMPARE(server.connections(), 1);
-    QCOMPARE(client.state(), HttpClient::Connected);
-    // Each normal request announces itself as queued and again as sent.
-    QCOMPARE(rec.started, (QList<int>{ hostId, a, -1, b, -1 }));
-    QVERIFY(rec.lastSentHead.startsWith("GET /b HTTP/1.1\r\n"));
-}
 
 void TestHttpClient::responseOutcome_data()
 {

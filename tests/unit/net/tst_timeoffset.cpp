@@ -12,61 +12,36 @@ namespace {
 
 const int global_noDate = INT_MIN;
 
-// Answers one HEAD request per offset, one after the other on its own thread (the
-// measurement blocks the caller), with a "Date" that many seconds off the local
-// clock. The remote clock is read in whole seconds: the answer waits for the early
-// part of a second, so that the local reading comes 0.2 to 0.5 s after the stated
-// second and the measured offset, truncated, comes out exactly as asked.
-class ReferenceServer
+// Answers one HEAD request per offset on `port`, with a "Date" that many seconds
+// off the local clock. The remote clock is read in whole seconds: the answer waits
+// for the early part of a second, so that the local reading comes 0.2 to 0.5 s after
+// the stated second and the measured offset, truncated, comes out exactly as asked.
+void serveReference(const QList<int>& offsets, QAtomicInt* port, QList<QByteArray>* requestLines)
 {
-public:
-    explicit ReferenceServer(const QList<int>& offsets) : m_thread([this, offsets] { serve(offsets); })
-    {
-        while (m_port.loadAcquire() == 0)
-            QThread::msleep(5);
+    QTcpServer server;
+    port->storeRelease(server.listen(QHostAddress::LocalHost, 0) ? server.serverPort() : -1);
+    for (const int offset : offsets) {
+        if (!server.waitForNewConnection(10000))
+            return;
+        const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
+        QByteArray in;
+        while (!in.contains("\r\n\r\n") && socket->waitForReadyRead(10000))
+            in += socket->readAll();
+        requestLines->append(in.left(in.indexOf("\r\n")));
+        const int ms = int(QDateTime::currentMSecsSinceEpoch() % 1000);
+        QThread::msleep(ms < 200 ? 200 - ms : (ms > 500 ? 1200 - ms : 0));
+        QByteArray head = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n";
+        const auto stated = QDateTime::currentSecsSinceEpoch() + (offset >= 0 ? offset + 1 : offset);
+        if (offset != global_noDate)
+            head += QLocale::c().toString(QDateTime::fromSecsSinceEpoch(stated, Qt::UTC),
+                                          "'Date: 'ddd, dd MMM yyyy hh:mm:ss' GMT'\r\n").toLatin1();
+        socket->write(head + "\r\n");
+        socket->waitForBytesWritten(5000);
+        socket->disconnectFromHost();
+        if (socket->state() != QAbstractSocket::UnconnectedState)
+            socket->waitForDisconnected(5000);
     }
-    ~ReferenceServer() { requestLines(); }
-
-    int port() const { return m_port.loadAcquire(); }
-    QList<QByteArray> requestLines()
-    {
-        if (m_thread.joinable())
-            m_thread.join();
-        return m_lines;
-    }
-
-private:
-    void serve(const QList<int>& offsets)
-    {
-        QTcpServer server;
-        m_port.storeRelease(server.listen(QHostAddress::LocalHost, 0) ? server.serverPort() : -1);
-        for (const int offset : offsets) {
-            if (!server.waitForNewConnection(10000))
-                return;
-            const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
-            QByteArray in;
-            while (!in.contains("\r\n\r\n") && socket->waitForReadyRead(10000))
-                in += socket->readAll();
-            m_lines.append(in.left(in.indexOf("\r\n")));
-            const int ms = int(QDateTime::currentMSecsSinceEpoch() % 1000);
-            QThread::msleep(ms < 200 ? 200 - ms : (ms > 500 ? 1200 - ms : 0));
-            QByteArray head = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n";
-            const auto stated = QDateTime::currentSecsSinceEpoch() + (offset >= 0 ? offset + 1 : offset);
-            if (offset != global_noDate)
-                head += QLocale::c().toString(QDateTime::fromSecsSinceEpoch(stated, Qt::UTC),
-                                              "'Date: 'ddd, dd MMM yyyy hh:mm:ss' GMT'\r\n").toLatin1();
-            socket->write(head + "\r\n");
-            socket->waitForBytesWritten(5000);
-            socket->disconnectFromHost();
-            if (socket->state() != QAbstractSocket::UnconnectedState)
-                socket->waitForDisconnected(5000);
-        }
-    }
-
-    QAtomicInt m_port = 0;
-    QList<QByteArray> m_lines;
-    std::thread m_thread;
-};
+}
 
 } // namespace
 
@@ -131,11 +106,17 @@ void TestTimeOffset::averageTruncates()
 {
     QFETCH(QList<int>, offsets);
     QFETCH(int, expected);
-    ReferenceServer server(offsets);
-    QVERIFY(server.port() > 0);
-    qputenv("QUORLE_TIME_REFERENCE", "127.0.0.1:" + QByteArray::number(server.port()));
-    QCOMPARE(TimeOffset::computeTimeOffset(), expected);
-    QCOMPARE(server.requestLines(), QList<QByteArray>(3, "HEAD / HTTP/1.1"));
+    QAtomicInt port = 0;
+    QList<QByteArray> lines;
+    // The measurement blocks this thread: the reference answers from its own.
+    std::thread reference(serveReference, offsets, &port, &lines);
+    while (port.loadAcquire() == 0)
+        QThread::msleep(5);
+    qputenv("QUORLE_TIME_REFERENCE", "127.0.0.1:" + QByteArray::number(port.loadAcquire()));
+    const int measured = TimeOffset::computeTimeOffset();
+    reference.join();
+    QCOMPARE(measured, expected);
+    QCOMPARE(lines, QList<QByteArray>(3, "HEAD / HTTP/1.1"));
 }
 
 void TestTimeOffset::unreachableReferenceGivesZero()

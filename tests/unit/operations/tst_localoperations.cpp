@@ -8,16 +8,13 @@
 #include <QtTest>
 
 #include "items/filter.h"
-#include "items/drive.h"
 #include "items/localfile.h"
 #include "items/localfolder.h"
-#include "items/mycomputer.h"
 #include "operations/copylocalfiletolocalatomicoperation.h"
 #include "operations/createlocalfolderatomicoperation.h"
 #include "operations/deletelocalemptyfolderatomicoperation.h"
 #include "operations/deletelocalfileatomicoperation.h"
 #include "operations/encryptlocalfileatomicoperation.h"
-#include "operations/localdrivelistatomicoperation.h"
 #include "operations/localfolderlistatomicoperation.h"
 #include "operations/localmd5atomicoperation.h"
 #include "operations/localoperationrunner.h"
@@ -32,7 +29,6 @@ private Q_SLOTS:
     void listing_data();
     void listing();
     void unreadableFolderListsEmpty();
-    void driveList();
     void createFolder_data();
     void createFolder();
     void remove_data();
@@ -191,27 +187,6 @@ void TestLocalOperations::unreadableFolderListsEmpty()
     QVERIFY(op.error().isNull());
     QCOMPARE(sorted(relativePaths(m_dir->path(), op.files)), (QStringList{"open/seen", "z"}));
     QCOMPARE(sorted(relativePaths(m_dir->path(), op.folders)), (QStringList{"locked", "open"}));
-}
-
-// Media and mounts below /mnt are drives, once each; the prefix is case-sensitive and needs its slash.
-void TestLocalOperations::driveList()
-{
-    const QString table = "/dev/sda1 / ext4 rw 0 0\n/dev/sdb1 /media/usb vfat rw 0 0\n/dev/sda2 /home ext4 rw 0 0\n"
-                          "proc /proc proc rw 0 0\n/dev/sdb1 /media/usb vfat rw 0 0\n/dev/sdc1 /mnt/disk ext4 rw 0 0\n"
-                          "/dev/x /Media/usb vfat rw 0 0\n/dev/y /mnt vfat rw 0 0\n/dev/z /mntx/a vfat rw 0 0\n";
-    QFile file(path("mtab"));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(table.toUtf8()) == table.size());
-    file.close();
-    LocalDriveListAtomicOperation op(nullptr, QSharedPointer<MyComputer>::create());
-    op.mountTable = QFile::encodeName(file.fileName());
-    run(&op);
-    QVERIFY(op.error().isNull());
-    QStringList seen;
-    for (const auto& folder : std::as_const(op.drives)) {
-        QCOMPARE(folder.staticCast<Drive>()->isShortcut(), folder->path() != QLatin1String("/"));
-        seen.append(folder->path());
-    }
-    QCOMPARE(seen, (QStringList{"/", "/media/usb", "/mnt/disk"}));
 }
 
 void TestLocalOperations::createFolder_data()

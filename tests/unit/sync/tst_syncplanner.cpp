@@ -9,7 +9,6 @@
 #include "items/s3bucket.h"
 #include "sync/listordering.h"
 #include "sync/syncplanner.h"
-#include "sync/syncsummary.h"
 #include "temptree.h"
 #include <QRandomGenerator>
 #include "items/drive.h"
@@ -25,8 +24,6 @@ private Q_SLOTS:
     void plan();
     void inputOutOfOrder_data();
     void inputOutOfOrder();
-    void bytesText_data();
-    void bytesText();
     void compareFolders_data();
     void compareFolders();
     void foldersSortWithDescendantsBehind();
@@ -230,22 +227,6 @@ void TestSyncPlanner::inputOutOfOrder()
     QVERIFY(!SyncPlanner(SyncJob::Options(), false).planFolder(from.root, to.root, listings, &actions, &error));
     QVERIFY(actions.isEmpty());
     QVERIFY2(error.startsWith("Listing out of order: '/s/a' after '/s/b'"), qPrintable(error));
-}
-
-void TestSyncPlanner::bytesText_data()
-{
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("nothing") << qint64(0) << "0 B";
-    QTest::newRow("rounds up to the next unit's value") << qint64(999999) << "1000.0 kB";
-    QTest::newRow("beyond terabytes stays in TB") << qint64(4200000000000000) << "4200.0 TB";
-}
-
-void TestSyncPlanner::bytesText()
-{
-    QFETCH(qint64, bytes);
-    QFETCH(QString, text);
-    QCOMPARE(SyncSummary::bytesText(bytes), text);
 }
 
 namespace {
