@@ -40,8 +40,6 @@ private Q_SLOTS:
     void requestUrl();
     void versionQuery();
 
-    void concatPath_data();
-    void concatPath();
 private:
     QList<QSharedPointer<AbstractFolder>> roots() const;
 
@@ -406,27 +404,6 @@ void TestItems::versionQuery()
     const auto folder = QSharedPointer<S3Folder>::create(QStringLiteral("d/"), root, "f1", false);
     folder->setLatest(false);
     QCOMPARE(encoded(folder), QStringLiteral("http://mybucket.s3.amazonaws.com/d/?versionId=f1"));
-}
-
-void TestItems::concatPath_data()
-{
-    QTest::addColumn<QChar>("delimiter");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("joined");
-    QTest::newRow("root") << QChar('/') << "/" << "a" << "/a";
-    QTest::newRow("trailing delimiter") << QChar('/') << "/home/" << "a" << "/home/a";
-    QTest::newRow("foreign trailing") << QChar('\\') << "/x/" << "a" << "/x/\\a";
-    QTest::newRow("empty path") << QChar('/') << "" << "a" << "/a";
-}
-
-void TestItems::concatPath()
-{
-    QFETCH(QChar, delimiter);
-    QFETCH(QString, path);
-    QFETCH(QString, name);
-    QFETCH(QString, joined);
-    QCOMPARE(AbstractLocalContainer::concatPath(delimiter, path, name), joined);
 }
 
 QTEST_GUILESS_MAIN(TestItems)

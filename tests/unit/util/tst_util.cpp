@@ -25,7 +25,6 @@ void TestUtil::contentTypeOfName_data()
     QTest::newRow("second rtf wins") << "letter.rtf" << "rtf" << "text/rtf";
     QTest::newRow("last key") << "firmware.bin" << "bin" << binary;
     QTest::newRow("hidden") << ".bashrc" << "bashrc" << binary;
-    QTest::newRow("no dot") << "README" << QString() << binary;
     QTest::newRow("trailing dot") << "odd." << "" << binary;
 }
 
