@@ -1,14 +1,14 @@
+#include <QProcess>
+#include <QRegularExpression>
 #include <QtTest>
 
 #include "crypto/clientsideencryption.h"
 #include "crypto/multipart.h"
+#include "crypto/openssl.h"
+#include "crypto/opensslloader.h"
 #include "crypto/password.h"
 #include "crypto/serversideencryption.h"
 #include "crypto/storagedirective.h"
-#include <QProcess>
-#include <QRegularExpression>
-#include "crypto/openssl.h"
-#include "crypto/opensslloader.h"
 
 class TestClientSideEncryption : public QObject
 {

@@ -1,12 +1,12 @@
+#include <QSignalSpy>
 #include <QtTest>
 
-#include "operations/dummyoperation.h"
-#include "operations/retrypolicy.h"
-#include "testoperations.h"
-#include <QSignalSpy>
-#include "shellrunner.h"
 #include "net/httpheader.h"
 #include "net/timeoffset.h"
+#include "operations/dummyoperation.h"
+#include "operations/retrypolicy.h"
+#include "shellrunner.h"
+#include "testoperations.h"
 
 // Drives the group protocol the way the scheduler does, without threads.
 namespace {

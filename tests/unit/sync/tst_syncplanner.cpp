@@ -1,21 +1,27 @@
+#include <QRandomGenerator>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include "items/abstractcloudfile.h"
 #include "items/abstractwsfolder.h"
 #include "items/amazons3account.h"
+#include "items/drive.h"
 #include "items/driver.h"
 #include "items/localfile.h"
 #include "items/localfolder.h"
+#include "items/mycomputer.h"
 #include "items/s3bucket.h"
+#include "shellrunner.h"
+#include "sync/folderexistsoperation.h"
 #include "sync/listordering.h"
+#include "sync/shellcreatefolderoperation.h"
+#include "sync/shelldeletecontaineroperation.h"
 #include "sync/syncplanner.h"
 #include "temptree.h"
-#include <QRandomGenerator>
-#include "items/drive.h"
-#include "items/mycomputer.h"
+#include "testoperations.h"
 
-// The decisions of a sync, from two listed trees and the options, without
-// touching a disk or a store.
+// The decisions of a sync from two listed trees and the options, the order
+// listings must come in, and the shell operations that delete and create.
 class TestSyncPlanner : public QObject
 {
     Q_OBJECT
@@ -28,6 +34,8 @@ private Q_SLOTS:
     void compareFolders();
     void foldersSortWithDescendantsBehind();
     void filesSortByFolderNameThenNewest();
+    void deleteFailuresLeaveFolderAndReachRoot();
+    void localCreationHoldsBackNextSibling();
 };
 
 namespace {
@@ -317,6 +325,64 @@ void TestSyncPlanner::filesSortByFolderNameThenNewest()
         sortFilePtrList(&list);
         QCOMPARE(list, expected);
     }
+}
+
+// The shell operations for listing, deleting and creating, run on a real
+// shell with handler threads against a temporary tree.
+
+namespace {
+
+QSharedPointer<AbstractFile> fileItem(const QSharedPointer<AbstractFolder>& parent, const QString& name)
+{
+    return QSharedPointer<LocalFile>::create(parent.staticCast<AbstractLocalContainer>(), name);
+}
+
+// A fresh temporary folder, and the clean path of an entry below it.
+struct TempDir : QTemporaryDir
+{
+    QString entry(const QString& relative) const { return QDir::cleanPath(filePath(relative)); }
+};
+
+} // namespace
+
+void TestSyncPlanner::deleteFailuresLeaveFolderAndReachRoot()
+{
+    const TempDir dir;
+    const auto path = [&](const QString& relative) { return dir.entry(relative); };
+    QVERIFY(makeTree(dir.path(), {"r/", "r/listed", "r/intruder", "r/s/", "r/s/t"}));
+    const auto root = localFolderAt(path("r"));
+    const auto sub = QSharedPointer<LocalFolder>::create(root, QStringLiteral("s"));
+    // The lists miss one file and hold one that is gone: both deletions of
+    // the walk run, and only the folder that still holds something stays.
+    ShellDeleteContainerOperation op(nullptr, root, {sub}, {fileItem(root, "listed"), fileItem(root, "vanished"), fileItem(sub, "t")}, false);
+    QVERIFY(runShell(&op, 3));
+    QVERIFY(QFileInfo::exists(path("r/intruder")) && !QFileInfo::exists(path("r/listed")) && !QFileInfo::exists(path("r/s")));
+    QStringList messages;
+    for (const OpError& error : op.errors()) {
+        // The file's message ends with the system's own words.
+        const QString message = error.message();
+        messages.append(message.startsWith("Operation:Delete file") ? message.section('\n', 0, 1) : message);
+    }
+    messages.sort();
+    QCOMPARE(messages, (QStringList{"Operation:Delete empty folder\nPath: " + path("r") + "\nFailed to remove folder",
+                                    "Operation:Delete file\nPath: " + path("r/vanished")}));
+}
+
+void TestSyncPlanner::localCreationHoldsBackNextSibling()
+{
+    const TempDir dir;
+    const auto path = [&](const QString& relative) { return dir.entry(relative); };
+    const auto parent = localFolderAt(dir.path());
+    auto* create = new ShellCreateFolderOperation(nullptr, parent, QStringLiteral("new"), AclDirective(), false);
+    auto* check = new FolderExistsOperation(nullptr, localFolderAt(path("new")));
+    auto* after = new FolderExistsOperation(nullptr, localFolderAt(path("new")));
+    QCOMPARE(create->destinationDisplayPath(), QString());
+    ListShellOperation root({create, check, after});
+    QVERIFY(runShell(&root, 4));
+    QVERIFY(root.error().isNull());
+    QCOMPARE(create->destinationDisplayPath(), path("new"));
+    // The next sibling waits for the folder; the one after it need not.
+    QVERIFY(check->waitForPrevious() && !after->waitForPrevious() && check->exists);
 }
 
 QTEST_GUILESS_MAIN(TestSyncPlanner)
