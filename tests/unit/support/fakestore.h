@@ -15,10 +15,8 @@ QByteArray httpAnswer(int status, const QByteArray& reason = "OK", const QByteAr
 // The value of the first header line called name, ignoring case.
 QByteArray headerValue(const QByteArray& head, const QByteArray& name);
 
-// An account of the provider that reaches 127.0.0.1:port in path style over
-// plain HTTP, with the published example keys.
-QSharedPointer<AbstractAccount> loopbackAccount(int port,
-                                                AbstractAccount::Provider provider = AbstractAccount::AmazonS3Provider);
+// A bucket of an account of the provider that reaches 127.0.0.1:port in path
+// style over plain HTTP, with the published example keys.
 QSharedPointer<AbstractBucket> loopbackBucket(int port, const QString& name = QStringLiteral("johnsmith"),
                                               AbstractAccount::Provider provider = AbstractAccount::AmazonS3Provider);
 
