@@ -225,11 +225,12 @@ bool OperationGroup::followRedirect(AbstractWebServiceOperation* child)
 {
     if (WebRetryPolicy::redirectCount(child) > 4) {
         child->setError(OpError(OpError::GeneralError, QString(), tr("Infinite redirect loop"), QString()));
-        return true;
+        return false;
     }
+    // A redirect that goes nowhere is the child's outcome: its parent must hear of it.
     const QUrl location = WebRetryPolicy::redirectLocation(child);
     if (!location.isValid())
-        return true;
+        return false;
     AbstractOperation* redirected = WebRetryPolicy::cloneForRedirect(child, this, location);
     redirected->setTag(child->tag());
     redirected->setWaitForPrevious(child->waitForPrevious());
