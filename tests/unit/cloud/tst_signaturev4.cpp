@@ -1,13 +1,11 @@
 #include <QtTest>
 
-#include "cloud/signaturefallback.h"
 #include "cloud/signaturev4.h"
 #include "items/abstractbucket.h"
 #include "items/abstractcloudfile.h"
 #include "items/driver.h"
 #include "items/signaturesettings.h"
 #include "operations/webretrypolicy.h"
-#include "testoperations.h"
 #include "testweboperations.h"
 
 // Version 4 signatures against Amazon's published examples, the canonical
@@ -24,7 +22,6 @@ private Q_SLOTS:
     void canonicalQuery();
     void refusals_data();
     void refusals();
-    void concurrentRefusalsSwitchOnceAndDoNotCount();
 };
 
 namespace {
@@ -179,34 +176,6 @@ void TestSignatureV4::refusals()
     QVERIFY(authorization.startsWith("AWS4-HMAC-SHA256 ") && authorization.contains("/" + region + "/s3/"));
     // Version 4 dates the request in its own field only.
     QVERIFY(!op.httpRequestHeader().contains("Date"));
-}
-
-void TestSignatureV4::concurrentRefusalsSwitchOnceAndDoNotCount()
-{
-    const QSharedPointer<AbstractAccount> owner = account(SignatureSettings::Automatic);
-    ListShellOperation group;
-    auto* first = new TestObjectOperation(nullptr, object(owner, "b", "one"));
-    auto* second = new TestObjectOperation(nullptr, object(owner, "b", "two"));
-    group.append(first);
-    group.append(second);
-    // Both went out with Version 2 before either answer came back.
-    const QByteArray refusal = "HTTP/1.1 400 Bad Request\r\n" + global_xmlHead + "\r\n";
-    signAndAnswer(*first, refusal, global_v4Required);
-    signAndAnswer(*second, refusal, global_v4Required);
-
-    QVERIFY(group.prepareNextOperation(first));
-    QVERIFY(group.prepareNextOperation(second));
-    QCOMPARE(group.operationCount(), 2);
-    for (int row = 0; row < 2; ++row) {
-        AbstractOperation* resend = group.operationAt(row);
-        QVERIFY(resend != first && resend != second);
-        QCOMPARE(resend->errorCounter(), 0);
-        QVERIFY(resend->error().isNull());
-    }
-    // Reported once, on the request that made the move.
-    const QByteArray note = "asks for AWS4-HMAC-SHA256";
-    QCOMPARE(group.operationAt(0)->log().count(note), 1);
-    QCOMPARE(group.operationAt(1)->log().count(note), 0);
 }
 
 QTEST_GUILESS_MAIN(TestSignatureV4)
