@@ -29,8 +29,6 @@ private Q_SLOTS:
     void errorDocument();
     void ownerLookup_data();
     void ownerLookup();
-    void ownerDisplayName_data();
-    void ownerDisplayName();
     void copyResult_data();
     void copyResult();
 
@@ -56,7 +54,7 @@ QDateTime utc(int y, int mo, int d, int h, int mi, int s, int ms = 0)
 
 // An account on a host of its own, so that users registered by one case are
 // unknown to the others.
-QSharedPointer<AbstractAccount> freshAccount(bool google, const QByteArray& accessKey = "AKIDQUORLE")
+QSharedPointer<AbstractAccount> freshAccount(bool google)
 {
     static int count = 0;
     const auto provider =
@@ -64,7 +62,6 @@ QSharedPointer<AbstractAccount> freshAccount(bool google, const QByteArray& acce
     QSharedPointer<AbstractAccount> account = Driver::createAccount(provider, Id());
     const QString host = QStringLiteral("store.case%1.test").arg(++count);
     account->setEndpoint(Driver::createEndpoint(host, Driver::fileSystemFromProvider(provider)));
-    account->setAccessKey(accessKey);
     return account;
 }
 
@@ -398,36 +395,6 @@ void TestXmlReaders::ownerLookup()
     // Registered under its key: the next document names the same object.
     QCOMPARE(Driver::user(owner->key()), owner);
     QCOMPARE(readOwnerOf(account, document, AbstractUser::UserType(asked)), owner);
-}
-
-void TestXmlReaders::ownerDisplayName_data()
-{
-    QTest::addColumn<QString>("known");
-    QTest::addColumn<QByteArray>("element");
-    QTest::addColumn<QString>("expected");
-
-    const QByteArray key = "<DisplayName>AKIDQUORLE</DisplayName>";
-    QTest::newRow("new name replaces the known one") << "old" << QByteArray("<DisplayName>robin</DisplayName>")
-                                                     << "robin";
-    QTest::newRow("access key keeps the known name") << "robin" << key << "robin";
-    QTest::newRow("access key names an unnamed user") << "" << key << "AKIDQUORLE";
-    QTest::newRow("empty name replaces the known one") << "robin" << QByteArray("<DisplayName></DisplayName>") << "";
-    QTest::newRow("no name element keeps the known name") << "robin" << QByteArray() << "robin";
-}
-
-void TestXmlReaders::ownerDisplayName()
-{
-    QFETCH(QString, known);
-    QFETCH(QByteArray, element);
-    QFETCH(QString, expected);
-
-    const QSharedPointer<AbstractAccount> account = freshAccount(false);
-    const QSharedPointer<AbstractUser> user = Driver::createUser(account, AbstractUser::UserById, "c0ffee");
-    user->setDisplayName(known);
-    const QSharedPointer<AbstractUser> owner =
-        readOwnerOf(account, "<Owner><ID>c0ffee</ID>" + element + "</Owner>", AbstractUser::NoUserType);
-    QCOMPARE(owner, user);
-    QCOMPARE(owner->displayName(), expected);
 }
 
 void TestXmlReaders::copyResult_data()
