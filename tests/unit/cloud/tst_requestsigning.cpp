@@ -83,8 +83,7 @@ HttpRequestHeader signedHeader(AbstractCloudStorageOperation& op, const QDateTim
 // then given the store's answer.
 void signAndAnswer(AbstractCloudStorageOperation& op, const QByteArray& head, const QByteArray& body)
 {
-    op.setDateTime(QDateTime::currentDateTimeUtc());
-    op.makeRequestHeader();
+    signedHeader(op, QDateTime::currentDateTimeUtc());
     op.setHttpResponseHeader(HttpResponseHeader(head));
     op.initializeResponseDataDevice();
     op.dataReceived(body);
@@ -144,10 +143,7 @@ void TestRequestSigning::publishedExampleV4()
     TestObjectOperation op(nullptr, object(account(AbstractAccount::AmazonS3Provider, 0, SignatureSettings::Version4),
                                   "examplebucket", "test$file.text"),
                            HttpRequestHeader::PutMethod);
-    Metadata fields;
-    fields.append(HttpField("Date", "Fri, 24 May 2013 00:00:00 GMT"));
-    fields.append(HttpField("x-amz-storage-class", "REDUCED_REDUNDANCY"));
-    op.setFields(fields);
+    op.setFields(fieldList({{"Date", "Fri, 24 May 2013 00:00:00 GMT"}, {"x-amz-storage-class", "REDUCED_REDUNDANCY"}}));
     op.setRequestData("Welcome to Amazon S3.");
     op.setDateTime(QDateTime(QDate(2013, 5, 24), QTime(0, 0), Qt::UTC));
     op.makeRequestHeader();
