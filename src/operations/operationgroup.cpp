@@ -225,12 +225,11 @@ bool OperationGroup::followRedirect(AbstractWebServiceOperation* child)
 {
     if (WebRetryPolicy::redirectCount(child) > 4) {
         child->setError(OpError(OpError::GeneralError, QString(), tr("Infinite redirect loop"), QString()));
-        return false;
+        return true;
     }
-    // A redirect that goes nowhere is the child's outcome: its parent must hear of it.
     const QUrl location = WebRetryPolicy::redirectLocation(child);
     if (!location.isValid())
-        return false;
+        return true;
     AbstractOperation* redirected = WebRetryPolicy::cloneForRedirect(child, this, location);
     redirected->setTag(child->tag());
     redirected->setWaitForPrevious(child->waitForPrevious());
