@@ -33,7 +33,9 @@ QByteArray DownloadOperation::expectedMd5(const HttpResponseHeader& head, const 
         etag.remove(0, 1);
     if (etag.endsWith('"'))
         etag.chop(1);
-    return QByteArray::fromHex(etag);
+    // Another tool's multipart ETag ("<hex>-<parts>") is no MD5: nothing to check against.
+    const QByteArray md5 = QByteArray::fromHex(etag);
+    return md5.size() == 16 && etag.size() == 32 ? md5 : QByteArray();
 }
 
 void DownloadOperation::takeAnswer(DownloadFromWSAtomicOperation* get)
