@@ -25,7 +25,6 @@ public:
                                        const QSharedPointer<AbstractFile>& destination,
                                        const QSharedPointer<AbstractFolder>& destinationFolder);
 
-    int type() const override { return CompareFileContentForSyncType; }
     QString name() const override { return QStringLiteral("Compare"); }
 
     QSharedPointer<AbstractFile> source() const { return m_source; }

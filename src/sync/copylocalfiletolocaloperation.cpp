@@ -8,10 +8,12 @@
 
 CopyLocalFileToLocalOperation::CopyLocalFileToLocalOperation(
     OperationGroup* parent, const QSharedPointer<LocalFile>& source,
-    const QSharedPointer<AbstractLocalContainer>& destination, const QString& fileName, bool deleteSource,
-    bool compareBeforeAsking, bool failIfExists)
-    : OperationGroup(parent), m_source(source), m_destination(destination), m_deleteSource(deleteSource),
-      m_compareBeforeAsking(compareBeforeAsking), m_fileName(fileName), m_failIfExists(failIfExists)
+    const QSharedPointer<AbstractLocalContainer>& destination, const QString& fileName,
+    ShellCopyFileOperation::CopyFlags flags)
+    : OperationGroup(parent), m_source(source), m_destination(destination),
+      m_deleteSource(flags.testFlag(ShellCopyFileOperation::Move)),
+      m_compareBeforeAsking(flags.testFlag(ShellCopyFileOperation::CompareExisting)), m_fileName(fileName),
+      m_failIfExists(flags.testFlag(ShellCopyFileOperation::FailIfExists))
 {
 }
 

@@ -6,6 +6,7 @@
 #include "items/abstractlocalcontainer.h"
 #include "items/localfile.h"
 #include "operations/operationgroup.h"
+#include "sync/shellcopyfileoperation.h"
 
 class LocalMd5AtomicOperation;
 
@@ -18,8 +19,7 @@ class CopyLocalFileToLocalOperation : public OperationGroup
 public:
     CopyLocalFileToLocalOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                                   const QSharedPointer<AbstractLocalContainer>& destination,
-                                  const QString& fileName, bool deleteSource, bool compareBeforeAsking,
-                                  bool failIfExists);
+                                  const QString& fileName, ShellCopyFileOperation::CopyFlags flags);
 
     QString name() const override { return tr("Copy file"); }
     void prepareFirstOperation() override;

@@ -241,7 +241,7 @@ void TestStoreOperations::createFolderHeadsFirst()
     FakeStore store({headReply, answer(200)});
     const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
     const auto top = Driver::createFolder(QStringLiteral("top/"), bucket, QByteArray(), false);
-    auto* create = new CreateS3FolderOperation(nullptr, top, QStringLiteral("new"), nullptr, failIfExists, false);
+    auto* create = new CreateS3FolderOperation(nullptr, top, QStringLiteral("new"), nullptr, failIfExists);
     const Run run(create);
     QVERIFY(run.finished);
     const OpError error = run.error();
@@ -401,9 +401,9 @@ void TestStoreOperations::copyAnswer()
     const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
     auto* copy = new CopyWSFileToWSOperation(nullptr, fileIn(bucket, QStringLiteral("a/b c"), 7),
                                              Driver::createFolder("to/", bucket, QByteArray(), false),
-                                             QStringLiteral("b c"), AclDirective(), false,
+                                             QStringLiteral("b c"), false,
                                              MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
-                                             OverwriteMode(), StorageDirective(), ServerSideEncryption());
+                                             OverwriteMode(), TransferSettings());
     const Run run(copy, BrindleLib::OverwriteAlways);
     QVERIFY(run.finished);
     const OpError error = run.error();
@@ -431,10 +431,9 @@ void TestStoreOperations::copyKeepsTargetMetadata()
                      answer(200, result)});
     const QSharedPointer<AbstractBucket> bucket = loopbackBucket(store.port());
     auto* copy = new CopyWSFileToWSOperation(nullptr, fileIn(bucket, QStringLiteral("k")), bucket,
-                                             QStringLiteral("t"), AclDirective(), false,
+                                             QStringLiteral("t"), false,
                                              MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
-                                             OverwriteMode(false, false, true, false), StorageDirective(),
-                                             ServerSideEncryption());
+                                             OverwriteMode::KeepMetadata, TransferSettings());
     const Run run(copy, BrindleLib::OverwriteAlways);
     QVERIFY(run.finished);
     QVERIFY(run.error().isNull());

@@ -175,8 +175,10 @@ void TestLocalOperations::listing()
                                      "broken -> nowhere"}));
     const auto root = localFolderAt(m_dir->path());
     // System entries on: a broken link is one, and must still be left out.
-    LocalFolderListAtomicOperation op(nullptr, root, BrindleLib::EntryListMode(mode), includeHidden, true,
-                                      ignoreSymLinks, Filter());
+    BrindleLib::ListEntries entries = BrindleLib::IncludeSystem;
+    entries.setFlag(BrindleLib::IncludeHidden, includeHidden);
+    entries.setFlag(BrindleLib::IgnoreSymLinks, ignoreSymLinks);
+    LocalFolderListAtomicOperation op(nullptr, root, BrindleLib::EntryListMode(mode), entries, Filter());
     run(&op);
 
     QVERIFY(op.error().isNull());
@@ -205,8 +207,8 @@ void TestLocalOperations::listingFiltersFilesOnly()
         AbstractFilterItem::Exclude, QRegExp(QStringLiteral("*.txt"), Qt::CaseSensitive, QRegExp::Wildcard)));
     filter.append(QSharedPointer<FileNameFilterItem>::create(
         AbstractFilterItem::Exclude, QRegExp(QStringLiteral("skip*"), Qt::CaseSensitive, QRegExp::Wildcard)));
-    LocalFolderListAtomicOperation op(nullptr, localFolderAt(m_dir->path()), BrindleLib::ListSubtree, false,
-                                      false, false, filter);
+    LocalFolderListAtomicOperation op(nullptr, localFolderAt(m_dir->path()), BrindleLib::ListSubtree, {},
+                                      filter);
     run(&op);
     QStringList files = relativePaths(m_dir->path(), op.files);
     files.sort();
@@ -221,8 +223,8 @@ void TestLocalOperations::unreadableFolderListsEmpty()
                                                       | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther
                                                       | QFile::ExeOther));
     QVERIFY(QFile::setPermissions(path("locked"), QFile::Permissions()));
-    LocalFolderListAtomicOperation op(nullptr, localFolderAt(m_dir->path()), BrindleLib::ListSubtree, true, true,
-                                      false, Filter());
+    LocalFolderListAtomicOperation op(nullptr, localFolderAt(m_dir->path()), BrindleLib::ListSubtree,
+                                      BrindleLib::IncludeHidden | BrindleLib::IncludeSystem, Filter());
     {
         UnprivilegedScope unprivileged;
         if (canOpenDir(path("locked")) || !canOpenDir(m_dir->path())) {

@@ -48,21 +48,17 @@ QSharedPointer<AbstractFile> fileItem(const QSharedPointer<AbstractFolder>& pare
 QString describe(AbstractOperation* op)
 {
     const QString wait = op->waitForPrevious() ? QStringLiteral("*") : QString();
-    switch (op->type()) {
-    case AbstractOperation::ShellDeleteContainerType: {
-        auto* container = static_cast<ShellDeleteContainerOperation*>(op);
+    if (auto* container = dynamic_cast<ShellDeleteContainerOperation*>(op)) {
         QStringList children;
         for (int i = 0; i < container->operationCount(); ++i)
             children.append(describe(container->operationAt(i)));
         return wait + "C:" + container->folder->path() + "[" + children.join(' ') + "]";
     }
-    case AbstractOperation::ShellDeleteVirtualFolderType:
-        return wait + "V:" + static_cast<ShellDeleteVirtualFolderOperation*>(op)->folder->path();
-    case AbstractOperation::ShellDeleteFileType:
-        return wait + "F:" + static_cast<ShellDeleteFileOperation*>(op)->file->path();
-    default:
-        return wait + QString::number(op->type());
-    }
+    if (auto* folder = dynamic_cast<ShellDeleteVirtualFolderOperation*>(op))
+        return wait + "V:" + folder->folder->path();
+    if (auto* file = dynamic_cast<ShellDeleteFileOperation*>(op))
+        return wait + "F:" + file->file->path();
+    return wait + op->name();
 }
 
 } // namespace

@@ -271,10 +271,10 @@ void TestSyncPlanner::skipsFailTheRunAndDryRunChangesNothing()
             OperationGroup* group = groups.takeFirst();
             for (int i = 0; i < group->operationCount(); ++i) {
                 AbstractOperation* child = group->operationAt(i);
-                if (child->type() == AbstractOperation::ShellSyncContainerType)
-                    groups.append(static_cast<OperationGroup*>(child));
-                else if (child->type() == ShellPlannedOperation::ShellPlannedType)
-                    seen.append(static_cast<ShellPlannedOperation*>(child)->planLine().section(' ', 0, 0));
+                if (auto* sub = dynamic_cast<ShellSyncContainerOperation*>(child))
+                    groups.append(sub);
+                else if (auto* planned = dynamic_cast<ShellPlannedOperation*>(child))
+                    seen.append(planned->planLine().section(' ', 0, 0));
                 else
                     seen.append(child->name());
             }
