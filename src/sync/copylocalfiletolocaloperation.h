@@ -35,7 +35,8 @@ private:
     void copyFile();
     void confirm();
     void decide(BrindleLib::OverwriteMode mode);
-    void md5Finished(LocalMd5AtomicOperation* child);
+    // Keeps one side's digest in md5; with both known, skips or copies.
+    void md5Finished(LocalMd5AtomicOperation* child, QByteArray& md5);
     void answered(BrindleLib::OverwriteMode answer);
     BrindleLib::OverwriteMode topLevelOverwriteMode();
 
