@@ -20,9 +20,9 @@ CopyWSFileToLocalOperation::CopyWSFileToLocalOperation(OperationGroup* parent,
                                                        const QSharedPointer<AbstractCloudFile>& source,
                                                        const QSharedPointer<AbstractLocalContainer>& destinationFolder,
                                                        bool computeMd5, bool compareExisting,
-                                                       const DecryptionPasswords& decryptionPasswords)
+                                                       const TransferSettings& settings)
     : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder), m_computeMd5(computeMd5),
-      m_compareExisting(compareExisting), m_decryptionPasswords(decryptionPasswords)
+      m_compareExisting(compareExisting), m_decryptionPasswords(settings.decryptionPasswords)
 {
     addToTransferSize(m_source->size());
 }

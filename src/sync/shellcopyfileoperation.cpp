@@ -37,7 +37,7 @@ void ShellCopyFileOperation::dispatch()
         appendThen(new CopyWSFileToLocalOperation(this, m_file.staticCast<AbstractCloudFile>(),
                                                   m_destinationFolder.staticCast<AbstractLocalContainer>(),
                                                   m_flags.testFlag(ComputeMd5), m_flags.testFlag(CompareExisting),
-                                                  m_settings.decryptionPasswords),
+                                                  m_settings),
                    [this](CopyWSFileToLocalOperation* download) {
                        m_copiedFile = download->downloadedFile();
                        moveStep(download, download->transferSkipped());
