@@ -11,11 +11,6 @@
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
 
-namespace {
-// The shell copy of whole containers, whose listing already holds the MD5.
-const int global_destinationMd5Tag = 2;
-} // namespace
-
 CopyWSFileToLocalOperation::CopyWSFileToLocalOperation(OperationGroup* parent,
                                                        const QSharedPointer<AbstractCloudFile>& source,
                                                        const QSharedPointer<AbstractLocalContainer>& destinationFolder,
@@ -68,9 +63,7 @@ void CopyWSFileToLocalOperation::appendConfirm()
 
 void CopyWSFileToLocalOperation::appendDestinationMd5()
 {
-    auto* md5 = new LocalMd5AtomicOperation(this, m_existingLocalFile);
-    md5->setTag(global_destinationMd5Tag);
-    appendThen(md5, [this](LocalMd5AtomicOperation* done) {
+    appendThen(new LocalMd5AtomicOperation(this, m_existingLocalFile), [this](LocalMd5AtomicOperation* done) {
         if (!done->error().isNull())
             return;
         m_destinationMd5 = done->md5;
