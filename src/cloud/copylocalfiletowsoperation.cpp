@@ -22,19 +22,16 @@ bool isEncoded(const ClientSideEncryption& settings)
 
 CopyLocalFileToWSOperation::CopyLocalFileToWSOperation(
     OperationGroup* parent, const QSharedPointer<LocalFile>& source,
-    const QSharedPointer<AbstractS3Folder>& destinationFolder, const AclDirective& aclDirective, bool computeMd5, const OverwriteMode& overwriteMode,
-    const ClientSideEncryption& clientSideEncryption, const ServerSideEncryption& serverSideEncryption,
-    const StorageDirective& storageDirective, const Multipart& multipart)
-    : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder),
-      m_aclDirective(aclDirective), m_computeMd5(computeMd5),
-      m_overwriteMode(overwriteMode), m_clientSideEncryption(clientSideEncryption),
-      m_serverSideEncryption(serverSideEncryption), m_storageDirective(storageDirective), m_multipart(multipart)
+    const QSharedPointer<AbstractS3Folder>& destinationFolder, bool computeMd5, const OverwriteMode& overwriteMode,
+    const TransferSettings& settings)
+    : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder), m_computeMd5(computeMd5),
+      m_overwriteMode(overwriteMode), m_settings(settings)
 {
     m_source->refreshSize();
     m_size = m_source->size();
     // An empty file is stored as it is: no gzip frame, no cipher header.
     if (m_size == 0)
-        m_clientSideEncryption = ClientSideEncryption();
+        m_settings.clientSideEncryption = ClientSideEncryption();
     addToTransferSize(m_size);
 }
 
@@ -49,7 +46,7 @@ BrindleLib::OverwriteMode CopyLocalFileToWSOperation::topLevelMode()
 bool CopyLocalFileToWSOperation::startsAtOnce()
 {
     return !m_overwriteMode.keepAcl() && !m_overwriteMode.keepMetadata()
-        && m_serverSideEncryption.mode() != ServerSideEncryption::KeepExisting && BrindleLib::isOverwrite(topLevelMode());
+        && m_settings.serverSideEncryption.mode() != ServerSideEncryption::KeepExisting && BrindleLib::isOverwrite(topLevelMode());
 }
 
 void CopyLocalFileToWSOperation::prepareFirstOperation()
@@ -78,9 +75,9 @@ void CopyLocalFileToWSOperation::takeExistingObject(const QSharedPointer<Abstrac
         kept.remove(Metadata::specialKeys());
         m_metadata.append(kept);
     }
-    if (m_serverSideEncryption.mode() == ServerSideEncryption::KeepExisting
+    if (m_settings.serverSideEncryption.mode() == ServerSideEncryption::KeepExisting
         && metadata.contains(m_destinationFolder->account()->xServerSideEncryption()))
-        m_serverSideEncryption = ServerSideEncryption(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256);
+        m_settings.serverSideEncryption = ServerSideEncryption(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256);
     if (!file) {
         start();
         return;
@@ -116,7 +113,7 @@ void CopyLocalFileToWSOperation::overwrite()
 {
     if (m_overwriteMode.keepAcl())
         appendThen(new GetCloudFileAclOperation(this, m_existingFile), [this](GetCloudFileAclOperation* read) {
-            m_aclDirective = AclDirective(AclDirective::UseAcl, read->acl);
+            m_settings.aclDirective = AclDirective(AclDirective::UseAcl, read->acl);
             start();
         });
     else
@@ -132,7 +129,7 @@ void CopyLocalFileToWSOperation::skipTransfer()
 bool CopyLocalFileToWSOperation::needsPlainMd5() const
 {
     // A multipart ETag is no MD5: the object then carries the plain one.
-    return isEncoded(m_clientSideEncryption) || m_multipart.appliesTo(m_size);
+    return isEncoded(m_settings.clientSideEncryption) || m_settings.multipart.appliesTo(m_size);
 }
 
 void CopyLocalFileToWSOperation::start()
@@ -159,7 +156,7 @@ void CopyLocalFileToWSOperation::appendComputeMd5AfterOp()
 
 void CopyLocalFileToWSOperation::appendEncryptOp()
 {
-    appendThen(new EncryptLocalFileAtomicOperation(this, m_source, m_clientSideEncryption),
+    appendThen(new EncryptLocalFileAtomicOperation(this, m_source, m_settings.clientSideEncryption),
                [this](EncryptLocalFileAtomicOperation* encrypt) {
                    if (!encrypt->error().isNull())
                        return;
@@ -179,10 +176,10 @@ void CopyLocalFileToWSOperation::takeEncodedForm(const QSharedPointer<QIODevice>
         countUploadSize(encodedSize);
     }
     const QSharedPointer<AbstractAccount> account = m_destinationFolder->account();
-    if (m_clientSideEncryption.isEncryptionEnabled()) {
+    if (m_settings.clientSideEncryption.isEncryptionEnabled()) {
         m_metadata.append(HttpField(account->xMetaBrindleboxEncryption(),
-                                    m_clientSideEncryption.toByteArray() + "; " + iv.toBase64()));
-    } else if (m_clientSideEncryption.isCompressionEnabled()) {
+                                    m_settings.clientSideEncryption.toByteArray() + "; " + iv.toBase64()));
+    } else if (m_settings.clientSideEncryption.isCompressionEnabled()) {
         // Never with encryption: the store must not see a gzip claim on cipher text.
         m_metadata.append(HttpField("Content-Encoding", "gzip"));
     }
@@ -216,8 +213,8 @@ void CopyLocalFileToWSOperation::appendUploadToWSOp()
         countUploadSize(file->size());
         m_uploadDevice.reset(file);
     }
-    appendThen(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_aclDirective,
-                                   m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption, m_multipart),
+    appendThen(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_contentMd5,
+                                   m_metadata, m_settings),
                [this](UploadOperation* upload) { takeUpload(upload); });
 }
 
@@ -251,7 +248,7 @@ void CopyLocalFileToWSOperation::takeMd5(const LocalMd5AtomicOperation* child)
     const QByteArray md5 = child->md5;
     if (child->tag() == SourceMd5Tag) {
         m_sourceMd5 = md5;
-        if (isEncoded(m_clientSideEncryption))
+        if (isEncoded(m_settings.clientSideEncryption))
             appendEncryptOp();
         else
             appendPlainContentFields();

@@ -4,11 +4,7 @@
 #include <QIODevice>
 #include <QSharedPointer>
 
-#include "cloud/acldirective.h"
-#include "crypto/clientsideencryption.h"
-#include "crypto/multipart.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
+#include "cloud/transfersettings.h"
 #include "net/metadata.h"
 #include "operations/operationgroup.h"
 #include "operations/overwritemode.h"
@@ -32,11 +28,8 @@ public:
     enum Md5Tag { SourceMd5Tag = 1, ContentMd5Tag = 2 };
 
     CopyLocalFileToWSOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
-                               const QSharedPointer<AbstractS3Folder>& destinationFolder, const AclDirective& aclDirective,
-                               bool computeMd5,
-                               const OverwriteMode& overwriteMode, const ClientSideEncryption& clientSideEncryption,
-                               const ServerSideEncryption& serverSideEncryption,
-                               const StorageDirective& storageDirective, const Multipart& multipart);
+                               const QSharedPointer<AbstractS3Folder>& destinationFolder, bool computeMd5,
+                               const OverwriteMode& overwriteMode, const TransferSettings& settings);
 
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
@@ -80,7 +73,6 @@ private:
 
     const QSharedPointer<LocalFile> m_source;
     const QSharedPointer<AbstractS3Folder> m_destinationFolder;
-    AclDirective m_aclDirective;
     QByteArray m_contentMd5;
     QByteArray m_sourceMd5;
     const bool m_computeMd5;
@@ -89,13 +81,12 @@ private:
     Metadata m_metadata;
     QSharedPointer<QIODevice> m_uploadDevice;
     qint64 m_size = 0;
-    ClientSideEncryption m_clientSideEncryption;
-    ServerSideEncryption m_serverSideEncryption;
     qint64 m_uploadSize = 0;
     QSharedPointer<AbstractCloudFile> m_existingFile;
     QSharedPointer<AbstractCloudFile> m_uploadedFile;
-    const StorageDirective m_storageDirective;
-    const Multipart m_multipart;
+    // The run's settings as this file needs them: an empty file stays
+    // plain, and what an overwrite keeps replaces the ACL and encryption.
+    TransferSettings m_settings;
     mutable FastMutex m_resultMutex;
 };
 

@@ -11,18 +11,13 @@
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
 
-namespace {
-// The shell copy of whole containers, whose listing already holds the MD5.
-const int global_destinationMd5Tag = 2;
-} // namespace
-
 CopyWSFileToLocalOperation::CopyWSFileToLocalOperation(OperationGroup* parent,
                                                        const QSharedPointer<AbstractCloudFile>& source,
                                                        const QSharedPointer<AbstractLocalContainer>& destinationFolder,
                                                        bool computeMd5, bool compareExisting,
-                                                       const DecryptionPasswords& decryptionPasswords)
+                                                       const TransferSettings& settings)
     : OperationGroup(parent), m_source(source), m_destinationFolder(destinationFolder), m_computeMd5(computeMd5),
-      m_compareExisting(compareExisting), m_decryptionPasswords(decryptionPasswords)
+      m_compareExisting(compareExisting), m_decryptionPasswords(settings.decryptionPasswords)
 {
     addToTransferSize(m_source->size());
 }
@@ -68,9 +63,7 @@ void CopyWSFileToLocalOperation::appendConfirm()
 
 void CopyWSFileToLocalOperation::appendDestinationMd5()
 {
-    auto* md5 = new LocalMd5AtomicOperation(this, m_existingLocalFile);
-    md5->setTag(global_destinationMd5Tag);
-    appendThen(md5, [this](LocalMd5AtomicOperation* done) {
+    appendThen(new LocalMd5AtomicOperation(this, m_existingLocalFile), [this](LocalMd5AtomicOperation* done) {
         if (!done->error().isNull())
             return;
         m_destinationMd5 = done->md5;

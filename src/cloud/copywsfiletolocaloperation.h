@@ -3,7 +3,7 @@
 
 #include <QSharedPointer>
 
-#include "crypto/password.h"
+#include "cloud/transfersettings.h"
 #include "operations/operationgroup.h"
 
 class AbstractCloudFile;
@@ -20,7 +20,7 @@ class CopyWSFileToLocalOperation : public OperationGroup
 public:
     CopyWSFileToLocalOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
                                const QSharedPointer<AbstractLocalContainer>& destinationFolder, bool computeMd5,
-                               bool compareExisting, const DecryptionPasswords& decryptionPasswords);
+                               bool compareExisting, const TransferSettings& settings);
 
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;

@@ -14,19 +14,17 @@ const QByteArray CopyWSFileToWSAtomicOperation::_standard = "STANDARD";
 
 CopyWSFileToWSAtomicOperation::CopyWSFileToWSAtomicOperation(
     OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
-    const QSharedPointer<AbstractS3Folder>& destination, const QString& name, AbstractAcl::Canned canned,
-    const MetadataDirective& metadataDirective, const StorageDirective& storageDirective,
-    const ServerSideEncryption& serverSideEncryption)
+    const QSharedPointer<AbstractS3Folder>& destination, const QString& name,
+    const MetadataDirective& metadataDirective, const TransferSettings& settings)
     : WSObjectOperation(parent, Driver::createChildFile(destination, name)), m_source(source),
-      m_destination(destination), m_name(name), m_canned(canned), m_metadataDirective(metadataDirective),
-      m_storageDirective(storageDirective), m_serverSideEncryption(serverSideEncryption)
+      m_destination(destination), m_name(name), m_metadataDirective(metadataDirective), m_settings(settings)
 {
 }
 
 CopyWSFileToWSAtomicOperation* CopyWSFileToWSAtomicOperation::clone(OperationGroup* parent) const
 {
-    return new CopyWSFileToWSAtomicOperation(parent, m_source, m_destination, m_name, m_canned,
-                                             m_metadataDirective, m_storageDirective, m_serverSideEncryption);
+    return new CopyWSFileToWSAtomicOperation(parent, m_source, m_destination, m_name, m_metadataDirective,
+                                             m_settings);
 }
 
 QByteArray CopyWSFileToWSAtomicOperation::copySource(const QSharedPointer<AbstractCloudFile>& source)
@@ -49,8 +47,8 @@ Metadata CopyWSFileToWSAtomicOperation::httpFieldList() const
 {
     const QSharedPointer<AbstractAccount> account = this->account();
     Metadata fields = WSObjectOperation::httpFieldList();
-    if (m_canned != AbstractAcl::NotCanned)
-        fields.append(HttpField(account->xAcl(), AbstractAcl::cannedToByteArray(m_canned)));
+    if (canned() != AbstractAcl::NotCanned)
+        fields.append(HttpField(account->xAcl(), AbstractAcl::cannedToByteArray(canned())));
     fields.append(HttpField(account->xCopySource(), copySource(m_source)));
     switch (m_metadataDirective.directive()) {
     case MetadataDirective::CopyDirective:
@@ -63,14 +61,14 @@ Metadata CopyWSFileToWSAtomicOperation::httpFieldList() const
     default:
         break;
     }
-    if (m_storageDirective.mode() == StorageDirective::SetMode
+    if (m_settings.storageDirective.mode() == StorageDirective::SetMode
         && account->hasFeature(AbstractAccount::StorageClassFeature))
         fields.append(HttpField(account->xStorageClass(),
-                                m_storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage
+                                m_settings.storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage
                                     ? UploadAtomicOperation::_reducedRedundancy
                                     : _standard));
-    if (m_serverSideEncryption.mode() == ServerSideEncryption::Enabled
-        && m_serverSideEncryption.algorithm() == ServerSideEncryption::Aes256
+    if (m_settings.serverSideEncryption.mode() == ServerSideEncryption::Enabled
+        && m_settings.serverSideEncryption.algorithm() == ServerSideEncryption::Aes256
         && account->hasFeature(AbstractAccount::ServerSideEncryptionFeature))
         fields.append(HttpField(account->xServerSideEncryption(), UploadAtomicOperation::_aes256));
     return fields;

@@ -6,9 +6,8 @@
 
 #include "cloud/abstractacl.h"
 #include "cloud/metadatadirective.h"
+#include "cloud/transfersettings.h"
 #include "cloud/wsobjectoperation.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
 
 class AbstractS3Folder;
 
@@ -22,9 +21,7 @@ class CopyWSFileToWSAtomicOperation : public WSObjectOperation
 public:
     CopyWSFileToWSAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
                                   const QSharedPointer<AbstractS3Folder>& destination, const QString& name,
-                                  AbstractAcl::Canned canned, const MetadataDirective& metadataDirective,
-                                  const StorageDirective& storageDirective,
-                                  const ServerSideEncryption& serverSideEncryption);
+                                  const MetadataDirective& metadataDirective, const TransferSettings& settings);
 
     QString name() const override { return tr("Copy object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PutMethod; }
@@ -33,7 +30,7 @@ public:
     bool processResponseData() override;
 
     QSharedPointer<AbstractCloudFile> source() const { return m_source; }
-    AbstractAcl::Canned canned() const { return m_canned; }
+    AbstractAcl::Canned canned() const { return m_settings.aclDirective.canned(); }
 
     // The value of the copy-source header for source: the bucket and the
     // still encoded key, with a leading "/" only when the bucket is in the
@@ -51,10 +48,8 @@ private:
     const QSharedPointer<AbstractCloudFile> m_source;
     const QSharedPointer<AbstractS3Folder> m_destination;
     const QString m_name;
-    const AbstractAcl::Canned m_canned;
     const MetadataDirective m_metadataDirective;
-    const StorageDirective m_storageDirective;
-    const ServerSideEncryption m_serverSideEncryption;
+    const TransferSettings m_settings;
 };
 
 #endif

@@ -21,15 +21,12 @@
 CopyWSFileToWSOperation::CopyWSFileToWSOperation(OperationGroup* parent,
                                                  const QSharedPointer<AbstractCloudFile>& source,
                                                  const QSharedPointer<AbstractS3Folder>& destination,
-                                                 const QString& name, const AclDirective& aclDirective,
-                                                 bool failIfExists, const MetadataDirective& metadataDirective,
-                                                 const OverwriteMode& overwriteMode,
-                                                 const StorageDirective& storageDirective,
-                                                 const ServerSideEncryption& serverSideEncryption)
+                                                 const QString& name, bool failIfExists,
+                                                 const MetadataDirective& metadataDirective,
+                                                 const OverwriteMode& overwriteMode, const TransferSettings& settings)
     : OperationGroup(parent), m_source(source), m_destination(destination), m_name(name),
-      m_aclDirective(aclDirective), m_failIfExists(failIfExists), m_metadataDirective(metadataDirective),
-      m_overwriteMode(overwriteMode), m_storageDirective(storageDirective),
-      m_serverSideEncryption(serverSideEncryption)
+      m_failIfExists(failIfExists), m_metadataDirective(metadataDirective), m_overwriteMode(overwriteMode),
+      m_settings(settings)
 {
 }
 
@@ -57,7 +54,7 @@ bool CopyWSFileToWSOperation::isCopiedInParts() const
 bool CopyWSFileToWSOperation::needsSourceHead() const
 {
     return isCopiedInParts() || m_overwriteMode.keepMetadata() || m_metadataDirective.directive() == MetadataDirective::MergeDirective
-        || m_serverSideEncryption.mode() == ServerSideEncryption::KeepExisting;
+        || m_settings.serverSideEncryption.mode() == ServerSideEncryption::KeepExisting;
 }
 
 // A synchronisation keeps nothing and always overwrites: no head of the
@@ -69,7 +66,7 @@ bool CopyWSFileToWSOperation::needsDestinationHead()
 
 bool CopyWSFileToWSOperation::needsVersions() const
 {
-    return m_storageDirective.mode() == StorageDirective::KeepMode
+    return m_settings.storageDirective.mode() == StorageDirective::KeepMode
         && m_source->account()->hasFeature(AbstractAccount::StorageClassFeature);
 }
 
@@ -127,12 +124,12 @@ void CopyWSFileToWSOperation::nextOp()
          }},
         {&m_sourceAclDone,
          [&] {
-             return m_aclDirective.directive() == AclDirective::SourceAcl
+             return m_settings.aclDirective.directive() == AclDirective::SourceAcl
                  && takeAclOf(new GetCloudFileAclOperation(this, m_source));
          }},
         {&m_containerAclDone,
          [&] {
-             return m_aclDirective.directive() == AclDirective::ContainerAcl
+             return m_settings.aclDirective.directive() == AclDirective::ContainerAcl
                  && takeAclOf(new GetS3ContainerAclOperation(this, m_destination, true));
          }},
         {&m_copyStarted,
@@ -156,9 +153,8 @@ void CopyWSFileToWSOperation::appendCopy()
         const Metadata metadata = m_metadataDirective.directive() == MetadataDirective::ReplaceDirective
             ? m_metadataDirective.metadata()
             : m_sourceMetadata;
-        const Metadata fields = UploadAtomicOperation::objectFields(m_destination->account(), m_name, metadata,
-                                                                    m_aclDirective.canned(), m_storageDirective,
-                                                                    m_serverSideEncryption);
+        const Metadata fields =
+            UploadAtomicOperation::objectFields(m_destination->account(), m_name, metadata, m_settings);
         // Parts of 1 GiB or more: each is one request that moves no byte here.
         appendThen(new MultipartUploadOperation(this, Driver::createChildFile(m_destination, m_name), m_source,
                                                 qMax(Multipart::partSizeFor(m_source->size()), Multipart().partSize()),
@@ -169,8 +165,8 @@ void CopyWSFileToWSOperation::appendCopy()
                    });
         return;
     }
-    appendThen(new CopyWSFileToWSAtomicOperation(this, m_source, m_destination, m_name, m_aclDirective.canned(),
-                                                 m_metadataDirective, m_storageDirective, m_serverSideEncryption),
+    appendThen(new CopyWSFileToWSAtomicOperation(this, m_source, m_destination, m_name, m_metadataDirective,
+                                                 m_settings),
                [this](CopyWSFileToWSAtomicOperation* done) {
                    if (done->error().isNull() && done->httpResponseHeader().statusCode() == 200)
                        takeCopy(done->file());
@@ -179,8 +175,8 @@ void CopyWSFileToWSOperation::appendCopy()
 
 bool CopyWSFileToWSOperation::takeSourceHead(const HeadWSFileOperation* head)
 {
-    if (m_serverSideEncryption.mode() == ServerSideEncryption::KeepExisting)
-        m_serverSideEncryption = head->serverSideEncryption
+    if (m_settings.serverSideEncryption.mode() == ServerSideEncryption::KeepExisting)
+        m_settings.serverSideEncryption = head->serverSideEncryption
             ? ServerSideEncryption(ServerSideEncryption::Enabled, ServerSideEncryption::Aes256)
             : ServerSideEncryption();
     if (m_overwriteMode.keepMetadata() || isCopiedInParts())
@@ -264,14 +260,14 @@ void CopyWSFileToWSOperation::takeVersions(const WSListOperation* list)
             continue;
         if (!m_source->isLatest() && file->versionId() != m_source->versionId())
             continue;
-        m_storageDirective = StorageDirective(StorageDirective::SetMode, file->storageClass());
+        m_settings.storageDirective = StorageDirective(StorageDirective::SetMode, file->storageClass());
         return;
     }
 }
 
 void CopyWSFileToWSOperation::takeAcl(const QSharedPointer<AbstractAcl>& acl)
 {
-    m_aclDirective = AclDirective(AclDirective::UseAcl, acl);
+    m_settings.aclDirective = AclDirective(AclDirective::UseAcl, acl);
 }
 
 // An ACL with a canned name went in the copy's head; any other needs a
@@ -282,8 +278,8 @@ void CopyWSFileToWSOperation::takeCopy(const QSharedPointer<AbstractCloudFile>& 
         FastMutexLocker locker(m_resultMutex);
         m_copiedFile = file;
     }
-    const QSharedPointer<AbstractAcl> acl = m_aclDirective.acl();
-    if (m_aclDirective.directive() == AclDirective::UseAcl && acl && acl->canned() == AbstractAcl::NotCanned)
+    const QSharedPointer<AbstractAcl> acl = m_settings.aclDirective.acl();
+    if (m_settings.aclDirective.directive() == AclDirective::UseAcl && acl && acl->canned() == AbstractAcl::NotCanned)
         append(new PutS3AclOperation(this, file, acl));
 }
 

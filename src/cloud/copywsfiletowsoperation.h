@@ -3,10 +3,8 @@
 
 #include <QSharedPointer>
 
-#include "cloud/acldirective.h"
 #include "cloud/metadatadirective.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
+#include "cloud/transfersettings.h"
 #include "net/metadata.h"
 #include "operations/operationgroup.h"
 #include "operations/overwritemode.h"
@@ -28,10 +26,8 @@ class CopyWSFileToWSOperation : public OperationGroup
 public:
     CopyWSFileToWSOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& source,
                             const QSharedPointer<AbstractS3Folder>& destination, const QString& name,
-                            const AclDirective& aclDirective, bool failIfExists,
-                            const MetadataDirective& metadataDirective, const OverwriteMode& overwriteMode,
-                            const StorageDirective& storageDirective,
-                            const ServerSideEncryption& serverSideEncryption);
+                            bool failIfExists, const MetadataDirective& metadataDirective,
+                            const OverwriteMode& overwriteMode, const TransferSettings& settings);
 
     QString name() const override { return tr("Copy"); }
     void prepareFirstOperation() override;
@@ -67,12 +63,12 @@ private:
     const QSharedPointer<AbstractCloudFile> m_source;
     const QSharedPointer<AbstractS3Folder> m_destination;
     const QString m_name;
-    AclDirective m_aclDirective;
     const bool m_failIfExists;
     MetadataDirective m_metadataDirective;
     const OverwriteMode m_overwriteMode;
-    StorageDirective m_storageDirective;
-    ServerSideEncryption m_serverSideEncryption;
+    // The ACL, storage class and encryption may come from the source or
+    // from the object replaced, once their heads are read.
+    TransferSettings m_settings;
     QSharedPointer<AbstractCloudFile> m_target;
     QSharedPointer<AbstractCloudFile> m_existingFile;
     Metadata m_sourceMetadata;

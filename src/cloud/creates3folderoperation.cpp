@@ -8,31 +8,27 @@
 
 CreateS3FolderOperation::CreateS3FolderOperation(OperationGroup* parent,
                                                  const QSharedPointer<AbstractS3Folder>& parentFolder,
-                                                 const QString& name, const QSharedPointer<AbstractAcl>& acl, bool failIfExists,
-                                                 bool skipCheck)
+                                                 const QString& name, const QSharedPointer<AbstractAcl>& acl,
+                                                 bool failIfExists)
     : OperationGroup(parent), parentFolder(parentFolder), folderName(name),
-      folder(Driver::createChildFolder(parentFolder, name)), acl(acl), failIfExists(failIfExists),
-      skipCheck(skipCheck)
+      folder(Driver::createChildFolder(parentFolder, name)), acl(acl), failIfExists(failIfExists)
 {
 }
 
 void CreateS3FolderOperation::prepareFirstOperation()
 {
-    if (skipCheck)
-        appendPut();
-    else
-        appendThen(new HeadS3ContainerOperation(this, folder), [this](HeadS3ContainerOperation* head) {
-            if (!head->error().isNull())
-                return;
-            if (!head->foundFolder) {
-                appendPut();
-                return;
-            }
-            createdFolder = head->foundFolder;
-            if (failIfExists)
-                setError(OpError(OpError::GeneralError, QString(),
-                                 tr("Folder '%1' already exists").arg(folderName), QString()));
-        });
+    appendThen(new HeadS3ContainerOperation(this, folder), [this](HeadS3ContainerOperation* head) {
+        if (!head->error().isNull())
+            return;
+        if (!head->foundFolder) {
+            appendPut();
+            return;
+        }
+        createdFolder = head->foundFolder;
+        if (failIfExists)
+            setError(OpError(OpError::GeneralError, QString(), tr("Folder '%1' already exists").arg(folderName),
+                             QString()));
+    });
 }
 
 void CreateS3FolderOperation::appendPut()

@@ -10,9 +10,8 @@ class AbstractS3Folder;
 class AbstractWSFolder;
 
 // Makes a folder's own object, unless the store has it already: a head
-// first, then the PUT. With skipCheck the PUT goes at once, replacing the
-// empty object if there is one. An ACL that has no canned form is put on the
-// new folder by a request of its own.
+// first, then the PUT. An ACL that has no canned form is put on the new
+// folder by a request of its own.
 class CreateS3FolderOperation : public OperationGroup
 {
     Q_DECLARE_TR_FUNCTIONS(CreateS3FolderOperation)
@@ -20,8 +19,7 @@ class CreateS3FolderOperation : public OperationGroup
 public:
     // A null acl leaves the store's default.
     CreateS3FolderOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& parentFolder,
-                            const QString& name, const QSharedPointer<AbstractAcl>& acl, bool failIfExists,
-                            bool skipCheck);
+                            const QString& name, const QSharedPointer<AbstractAcl>& acl, bool failIfExists);
 
     QString name() const override { return tr("Create folder"); }
     void prepareFirstOperation() override;
@@ -32,7 +30,6 @@ public:
     QSharedPointer<AbstractWSFolder> folder;
     QSharedPointer<AbstractAcl> acl;
     bool failIfExists;
-    bool skipCheck;
     // The folder as the store has it now; null until known.
     QSharedPointer<AbstractS3Folder> createdFolder;
 

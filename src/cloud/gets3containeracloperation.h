@@ -34,7 +34,6 @@ public:
     GetS3ContainerAclOperation(OperationGroup* parent, const QSharedPointer<AbstractS3Folder>& folder,
                                bool ofBucket);
 
-    int type() const override { return GetS3ContainerAclType; }
     QString name() const override { return tr("Get acl"); }
     void prepareFirstOperation() override;
 

@@ -17,22 +17,19 @@ const QByteArray UploadAtomicOperation::_aes256 = "AES256";
 
 UploadAtomicOperation::UploadAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                                              const QSharedPointer<QIODevice>& device, qint64 size,
-                                             const QSharedPointer<AbstractS3Folder>& folder, AbstractAcl::Canned canned,
+                                             const QSharedPointer<AbstractS3Folder>& folder,
                                              const QByteArray& contentMd5, const Metadata& metadata,
-                                             const StorageDirective& storageDirective,
-                                             const ServerSideEncryption& serverSideEncryption,
-                                             const Multipart& multipart)
+                                             const TransferSettings& settings)
     : WSObjectOperation(parent, Driver::createChildFile(folder, source->name())), m_source(source),
-      m_device(device), m_size(size), m_folder(folder), m_canned(canned), m_contentMd5(contentMd5),
-      m_metadata(metadata), m_storageDirective(storageDirective), m_serverSideEncryption(serverSideEncryption),
-      m_multipart(multipart)
+      m_device(device), m_size(size), m_folder(folder), m_contentMd5(contentMd5), m_metadata(metadata),
+      m_settings(settings)
 {
 }
 
 UploadAtomicOperation* UploadAtomicOperation::clone(OperationGroup* parent) const
 {
-    return new UploadAtomicOperation(parent, m_source, m_device, m_size, m_folder, m_canned, m_contentMd5,
-                                     m_metadata, m_storageDirective, m_serverSideEncryption, m_multipart);
+    return new UploadAtomicOperation(parent, m_source, m_device, m_size, m_folder, m_contentMd5, m_metadata,
+                                     m_settings);
 }
 
 bool UploadAtomicOperation::initializeRequestDataDevice()
@@ -56,8 +53,7 @@ Metadata UploadAtomicOperation::httpFieldList() const
 {
     const QSharedPointer<AbstractAccount> account = this->account();
     Metadata fields = WSObjectOperation::httpFieldList();
-    fields.append(objectFields(account, m_source->name(), m_metadata, m_canned, m_storageDirective,
-                               m_serverSideEncryption));
+    fields.append(objectFields(account, m_source->name(), m_metadata, m_settings));
     fields.append(HttpField(_contentLength, QByteArray::number(m_size)));
     if (account->hasFeature(AbstractAccount::ExpectContinueFeature))
         fields.append(HttpField(_expect, _100Continue));
@@ -67,17 +63,17 @@ Metadata UploadAtomicOperation::httpFieldList() const
 }
 
 Metadata UploadAtomicOperation::objectFields(const QSharedPointer<AbstractAccount>& account, const QString& name,
-                                             const Metadata& metadata, AbstractAcl::Canned canned,
-                                             const StorageDirective& storageDirective,
-                                             const ServerSideEncryption& serverSideEncryption)
+                                             const Metadata& metadata, const TransferSettings& settings)
 {
+    const StorageDirective& storageDirective = settings.storageDirective;
+    const ServerSideEncryption& serverSideEncryption = settings.serverSideEncryption;
     Metadata fields = metadata;
     // A type that the file's own metadata names wins over the table.
     if (!fields.contains(_contentType)) {
         const QString type = ContentTypesManager::instance()->get(fileExtension(name));
         fields.append(HttpField(_contentType, type.toLatin1()));
     }
-    AclRequestHelpers::appendCannedField(fields, account, canned);
+    AclRequestHelpers::appendCannedField(fields, account, settings.aclDirective.canned());
     // Stores without the feature get no word of it rather than a refusal.
     if (storageDirective.mode() == StorageDirective::SetMode
         && storageDirective.storageClass() == StorageDirective::ReducedRedundancyStorage

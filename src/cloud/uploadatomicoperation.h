@@ -6,10 +6,8 @@
 #include <QSharedPointer>
 
 #include "cloud/abstractacl.h"
+#include "cloud/transfersettings.h"
 #include "cloud/wsobjectoperation.h"
-#include "crypto/multipart.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
 #include "net/metadata.h"
 
 class AbstractAccount;
@@ -23,13 +21,12 @@ class UploadAtomicOperation : public WSObjectOperation
     Q_DECLARE_TR_FUNCTIONS(UploadAtomicOperation)
 
 public:
-
+    // The object gets the canned form of the settings' ACL; storage class and
+    // server-side encryption as the settings say.
     UploadAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                           const QSharedPointer<QIODevice>& device, qint64 size,
-                          const QSharedPointer<AbstractS3Folder>& folder, AbstractAcl::Canned canned,
-                          const QByteArray& contentMd5, const Metadata& metadata,
-                          const StorageDirective& storageDirective,
-                          const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
+                          const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                          const Metadata& metadata, const TransferSettings& settings);
 
     QString name() const override { return tr("Put object"); }
     HttpRequestHeader::Method method() const override { return HttpRequestHeader::PutMethod; }
@@ -44,13 +41,11 @@ public:
     // The headers that describe the object itself (metadata, type, ACL,
     // storage class, encryption), apart from those of its body.
     static Metadata objectFields(const QSharedPointer<AbstractAccount>& account, const QString& name,
-                                 const Metadata& metadata, AbstractAcl::Canned canned,
-                                 const StorageDirective& storageDirective,
-                                 const ServerSideEncryption& serverSideEncryption);
+                                 const Metadata& metadata, const TransferSettings& settings);
 
     QSharedPointer<LocalFile> source() const { return m_source; }
     qint64 size() const { return m_size; }
-    AbstractAcl::Canned canned() const { return m_canned; }
+    AbstractAcl::Canned canned() const { return m_settings.aclDirective.canned(); }
     // Drops this operation's hold on the device, so that a temporary file
     // goes with the group's last reference.
     void clearDevice() { m_device.reset(); }
@@ -67,12 +62,9 @@ private:
     QSharedPointer<QIODevice> m_device;
     const qint64 m_size;
     const QSharedPointer<AbstractS3Folder> m_folder;
-    const AbstractAcl::Canned m_canned;
     const QByteArray m_contentMd5;
     const Metadata m_metadata;
-    const StorageDirective m_storageDirective;
-    const ServerSideEncryption m_serverSideEncryption;
-    const Multipart m_multipart;
+    const TransferSettings m_settings;
 };
 
 #endif

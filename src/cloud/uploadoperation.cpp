@@ -15,19 +15,16 @@
 
 UploadOperation::UploadOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                                  const QSharedPointer<QIODevice>& device, qint64 size,
-                                 const QSharedPointer<AbstractS3Folder>& folder, const AclDirective& aclDirective,
-                                 const QByteArray& contentMd5,
-                                 const Metadata& metadata, const StorageDirective& storageDirective,
-                                 const ServerSideEncryption& serverSideEncryption, const Multipart& multipart)
+                                 const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                                 const Metadata& metadata, const TransferSettings& settings)
     : OperationGroup(parent), m_source(source), m_device(device), m_size(size), m_folder(folder),
-      m_aclDirective(aclDirective), m_contentMd5(contentMd5), m_metadata(metadata), m_storageDirective(storageDirective),
-      m_serverSideEncryption(serverSideEncryption), m_multipart(multipart), m_owner(folder->owner())
+      m_contentMd5(contentMd5), m_metadata(metadata), m_settings(settings), m_owner(folder->owner())
 {
 }
 
 void UploadOperation::prepareFirstOperation()
 {
-    if (m_aclDirective.directive() == AclDirective::ContainerAcl)
+    if (m_settings.aclDirective.directive() == AclDirective::ContainerAcl)
         appendThen(new GetS3ContainerAclOperation(this, m_folder, true),
                    [this](GetS3ContainerAclOperation* done) { takeContainerAcl(done); });
     else
@@ -39,20 +36,18 @@ void UploadOperation::appendUploadToWsOp()
     // Parts are windows of a file; an encoded form small enough for memory
     // never reaches the threshold.
     auto* file = qobject_cast<QFile*>(m_device.data());
-    if (file && m_multipart.appliesTo(m_size)) {
-        const Metadata fields = UploadAtomicOperation::objectFields(
-            m_folder->account(), m_source->name(), m_metadata, m_aclDirective.canned(), m_storageDirective,
-            m_serverSideEncryption);
+    if (file && m_settings.multipart.appliesTo(m_size)) {
+        const Metadata fields =
+            UploadAtomicOperation::objectFields(m_folder->account(), m_source->name(), m_metadata, m_settings);
         appendThen(new MultipartUploadOperation(this, Driver::createChildFile(m_folder, m_source->name()), m_device,
-                                                file->fileName(), m_size, fields, m_multipart.partsInFlight()),
+                                                file->fileName(), m_size, fields, m_settings.multipart.partsInFlight()),
                    [this](MultipartUploadOperation* done) {
-                       takeAnswer(done, done->completionAnswer(), m_aclDirective.canned());
+                       takeAnswer(done, done->completionAnswer(), m_settings.aclDirective.canned());
                    });
         return;
     }
-    appendThen(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_aclDirective.canned(),
-                                         m_contentMd5, m_metadata, m_storageDirective, m_serverSideEncryption,
-                                         m_multipart),
+    appendThen(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_contentMd5, m_metadata,
+                                         m_settings),
                [this](UploadAtomicOperation* done) { takeAnswer(done, done->httpResponseHeader(), done->canned()); });
 }
 
@@ -61,7 +56,7 @@ void UploadOperation::appendUploadToWsOp()
 void UploadOperation::takeContainerAcl(const GetS3ContainerAclOperation* child)
 {
     const QSharedPointer<AbstractAcl> acl = child->acl;
-    m_aclDirective = AclDirective(AclDirective::UseAcl, acl);
+    m_settings.aclDirective = AclDirective(AclDirective::UseAcl, acl);
     if (acl && acl->owner())
         m_owner = acl->owner();
     appendUploadToWsOp();
@@ -86,7 +81,7 @@ void UploadOperation::takeAnswer(AbstractOperation* child, const HttpResponseHea
         FastMutexLocker locker(m_resultMutex);
         m_uploadedFile = file;
     }
-    const QSharedPointer<AbstractAcl> acl = m_aclDirective.acl();
+    const QSharedPointer<AbstractAcl> acl = m_settings.aclDirective.acl();
     if (canned == AbstractAcl::NotCanned && acl)
         append(new PutS3AclOperation(this, file, acl));
 }

@@ -5,10 +5,7 @@
 #include <QSharedPointer>
 
 #include "cloud/abstractacl.h"
-#include "cloud/acldirective.h"
-#include "crypto/multipart.h"
-#include "crypto/serversideencryption.h"
-#include "crypto/storagedirective.h"
+#include "cloud/transfersettings.h"
 #include "net/httpheader.h"
 #include "net/metadata.h"
 #include "operations/operationgroup.h"
@@ -30,10 +27,8 @@ class UploadOperation : public OperationGroup
 public:
     UploadOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                     const QSharedPointer<QIODevice>& device, qint64 size,
-                    const QSharedPointer<AbstractS3Folder>& folder, const AclDirective& aclDirective,
-                    const QByteArray& contentMd5,
-                    const Metadata& metadata, const StorageDirective& storageDirective,
-                    const ServerSideEncryption& serverSideEncryption, const Multipart& multipart);
+                    const QSharedPointer<AbstractS3Folder>& folder, const QByteArray& contentMd5,
+                    const Metadata& metadata, const TransferSettings& settings);
 
     QString name() const override { return tr("Upload"); }
     void prepareFirstOperation() override;
@@ -53,12 +48,10 @@ private:
     QSharedPointer<QIODevice> m_device;
     const qint64 m_size;
     const QSharedPointer<AbstractS3Folder> m_folder;
-    AclDirective m_aclDirective;
     const QByteArray m_contentMd5;
     const Metadata m_metadata;
-    const StorageDirective m_storageDirective;
-    const ServerSideEncryption m_serverSideEncryption;
-    const Multipart m_multipart;
+    // Its ACL directive turns into the bucket's list once that is read.
+    TransferSettings m_settings;
     QSharedPointer<AbstractUser> m_owner;
     QSharedPointer<AbstractCloudFile> m_uploadedFile;
     mutable FastMutex m_resultMutex;

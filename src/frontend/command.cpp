@@ -406,8 +406,9 @@ void Command::slotOperationFinished(AbstractShellOperation* op)
             print(text);
     }
     // A dry run's decisions are shown, not carried out.
-    if (op->type() == ShellPlannedOperation::ShellPlannedType && op->error().isNull())
-        print(static_cast<ShellPlannedOperation*>(op)->planLine());
+    auto* planned = dynamic_cast<ShellPlannedOperation*>(op);
+    if (planned && op->error().isNull())
+        print(planned->planLine());
     OpError error = op->error();
     if (!error.isNull() && !error.showFlag()) {
         error.setShowFlag(true);

@@ -7,9 +7,8 @@
 #include "items/mycomputer.h"
 #include "sync/shelllistoperation.h"
 
-CommandOp::CommandOp(OperationGroup* parent, int port, bool listLocalRoots, bool listAccountRoots)
-    : AbstractShellOperation(parent), m_port(port), m_listLocalRoots(listLocalRoots),
-      m_listAccountRoots(listAccountRoots)
+CommandOp::CommandOp(OperationGroup* parent, int port, Roots roots)
+    : AbstractShellOperation(parent), m_port(port), m_rootsToList(roots)
 {
 }
 
@@ -30,10 +29,10 @@ void CommandOp::setAccount(const QSharedPointer<AbstractAccount>& account)
 
 void CommandOp::prepareFirstOperation()
 {
-    if (m_listLocalRoots) {
+    if (m_rootsToList.testFlag(LocalRoots)) {
         QSharedPointer<MyComputer> computer(new MyComputer);
-        appendRootsListing(computer, m_listAccountRoots);
-    } else if (m_listAccountRoots) {
+        appendRootsListing(computer, m_rootsToList.testFlag(AccountRoots));
+    } else if (m_rootsToList.testFlag(AccountRoots)) {
         makeRoot2();
     }
 }
@@ -50,7 +49,7 @@ bool CommandOp::makeRoot2()
 
 void CommandOp::appendRootsListing(const QSharedPointer<AbstractContainer>& container, bool accountNext)
 {
-    appendThen(new ShellListOperation(this, container, BrindleLib::ListCurrentVersions, false, false, false,
+    appendThen(new ShellListOperation(this, container, BrindleLib::ListCurrentVersions, BrindleLib::ListEntries(),
                                       Filter()),
                [this, accountNext](ShellListOperation* listing) {
                    if (!listing->error().isNull())

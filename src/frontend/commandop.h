@@ -14,7 +14,11 @@ class CommandOp : public AbstractShellOperation
     Q_DECLARE_TR_FUNCTIONS(CommandOp)
 
 public:
-    CommandOp(OperationGroup* parent, int port, bool listLocalRoots, bool listAccountRoots);
+    // The roots listed before the command runs: the local drives, the account's buckets.
+    enum Root { LocalRoots = 0x1, AccountRoots = 0x2 };
+    Q_DECLARE_FLAGS(Roots, Root)
+
+    CommandOp(OperationGroup* parent, int port, Roots roots);
 
     QString name() const override;
     void prepareFirstOperation() override;
@@ -39,8 +43,9 @@ private:
     int m_port;
     QList<QSharedPointer<AbstractFolder>> m_roots;
     QSharedPointer<AbstractAccount> m_account;
-    bool m_listLocalRoots;
-    bool m_listAccountRoots;
+    Roots m_rootsToList;
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(CommandOp::Roots)
 
 #endif

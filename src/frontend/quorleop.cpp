@@ -5,7 +5,8 @@
 
 QuorleOp::QuorleOp(OperationGroup* parent, const QString& source, const QString& destination,
                    const SyncJob& job, const TransferSettings& settings, int port)
-    : CommandOp(parent, port, true, reachesStore(source, destination)), m_syncJob(job), m_settings(settings),
+    : CommandOp(parent, port, reachesStore(source, destination) ? LocalRoots | AccountRoots : Roots(LocalRoots)),
+      m_syncJob(job), m_settings(settings),
       m_normalizedSource(Driver::normalizeFolder(source)),
       m_normalizedDestination(Driver::normalizeFolder(destination)), m_source(source), m_destination(destination)
 {

@@ -6,7 +6,7 @@
 
 #include "items/amazons3account.h"
 #include "items/cloudianaccount.h"
-#include "items/cloudpath.h"
+#include "items/wspath.h"
 #include "items/connectriaaccount.h"
 #include "items/constantaccount.h"
 #include "items/googlestorageaccount.h"
@@ -420,7 +420,7 @@ QUrl Driver::urlFromDisplayPath(const QString& path, const QString& endpoint, in
     const QString p = path.trimmed();
     if (p.isEmpty())
         return QUrl();
-    const CloudPath parts = CloudPath::parse(p);
+    const WSPath parts = WSPath::parse(p);
     if (!parts.valid) {
         if (startsWithAny(p, {"http://", "https://"}))
             return QUrl(p);
@@ -454,7 +454,7 @@ bool Driver::isLocalDisplayPath(const QString& path)
 
 int Driver::portFromDisplayPath(const QString& path)
 {
-    return CloudPath::parse(path.trimmed()).port;
+    return WSPath::parse(path.trimmed()).port;
 }
 
 int Driver::explicitPort(int optionPort, const QStringList& displayPaths)

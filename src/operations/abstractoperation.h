@@ -28,17 +28,8 @@ public:
 
     enum Type {
         NoType = 0,
-        FolderExistsType = 1,
-        CompareFileContentForSyncType = 3,
         DummyType = 22,
-        GetS3ContainerAclType = 27,
         OverwriteConfirmType = 46,
-        ShellCopyFileType = 60,
-        ShellDeleteContainerType = 65,
-        ShellDeleteVirtualFolderType = 66,
-        ShellDeleteFileType = 67,
-        ShellListFolderType = 77,
-        ShellSyncContainerType = 90,
     };
 
     AbstractOperation();
@@ -46,8 +37,8 @@ public:
     AbstractOperation(const AbstractOperation&) = delete;
     AbstractOperation& operator=(const AbstractOperation&) = delete;
 
-    // The kind, for the few deciders that still ask a child what it is;
-    // a kind that runs itself and reports through a continuation needs none.
+    // The two kinds that the scheduler settles without a handler; every
+    // other kind answers NoType and reports through its continuation.
     virtual int type() const { return NoType; }
     virtual QString name() const = 0;
     virtual bool isGroup() const { return false; }

@@ -12,18 +12,15 @@
 
 LocalFolderListAtomicOperation::LocalFolderListAtomicOperation(
     OperationGroup* parent, const QSharedPointer<AbstractLocalContainer>& folder,
-    BrindleLib::EntryListMode mode, bool includeHidden, bool includeSystem, bool ignoreSymLinks,
-    const Filter& filter)
-    : folder(folder), mode(mode), includeHidden(includeHidden), includeSystem(includeSystem),
-      ignoreSymLinks(ignoreSymLinks), filter(filter)
+    BrindleLib::EntryListMode mode, BrindleLib::ListEntries entries, const Filter& filter)
+    : folder(folder), mode(mode), entries(entries), filter(filter)
 {
     setParent(parent);
 }
 
 LocalFolderListAtomicOperation* LocalFolderListAtomicOperation::clone(OperationGroup* parent) const
 {
-    return new LocalFolderListAtomicOperation(parent, folder, mode, includeHidden, includeSystem,
-                                              ignoreSymLinks, filter);
+    return new LocalFolderListAtomicOperation(parent, folder, mode, entries, filter);
 }
 
 void LocalFolderListAtomicOperation::run(LocalOperationRunner& runner)
@@ -36,11 +33,11 @@ void LocalFolderListAtomicOperation::list(LocalOperationRunner& runner,
                                           const QSharedPointer<AbstractLocalContainer>& container)
 {
     QDir::Filters filters = QDir::NoDotAndDotDot | QDir::AllEntries;
-    if (ignoreSymLinks)
+    if (entries.testFlag(BrindleLib::IgnoreSymLinks))
         filters |= QDir::NoSymLinks;
-    if (includeHidden)
+    if (entries.testFlag(BrindleLib::IncludeHidden))
         filters |= QDir::Hidden;
-    if (includeSystem)
+    if (entries.testFlag(BrindleLib::IncludeSystem))
         filters |= QDir::System;
 
     // An unreadable folder gives an empty list and no error; it is reported

@@ -18,8 +18,8 @@ class LocalFolderListAtomicOperation : public AbstractLocalOperation
 
 public:
     LocalFolderListAtomicOperation(OperationGroup* parent, const QSharedPointer<AbstractLocalContainer>& folder,
-                                   BrindleLib::EntryListMode mode, bool includeHidden, bool includeSystem,
-                                   bool ignoreSymLinks, const Filter& filter);
+                                   BrindleLib::EntryListMode mode, BrindleLib::ListEntries entries,
+                                   const Filter& filter);
 
     QString name() const override { return tr("List"); }
     LocalFolderListAtomicOperation* clone(OperationGroup* parent) const override;
@@ -28,9 +28,7 @@ public:
     // Inputs.
     QSharedPointer<AbstractLocalContainer> folder;
     BrindleLib::EntryListMode mode;
-    bool includeHidden;
-    bool includeSystem;
-    bool ignoreSymLinks;
+    BrindleLib::ListEntries entries;
     Filter filter;
     // Results. In a subtree listing a folder's descendants follow it directly.
     QList<QSharedPointer<AbstractFile>> files;

@@ -1,31 +1,30 @@
 #ifndef OVERWRITEMODE_H
 #define OVERWRITEMODE_H
 
+#include <QFlags>
+
 // What an overwriting copy keeps of the object it replaces.
 class OverwriteMode
 {
 public:
-    OverwriteMode() = default;
-    OverwriteMode(bool keepAcl, bool keepStorageClass, bool keepMetadata, bool keepServerSideEncryption)
-        : m_keepAcl(keepAcl), m_keepStorageClass(keepStorageClass), m_keepMetadata(keepMetadata),
-          m_keepServerSideEncryption(keepServerSideEncryption)
-    {
-    }
+    enum Keep { KeepAcl = 0x1, KeepStorageClass = 0x2, KeepMetadata = 0x4, KeepServerSideEncryption = 0x8 };
+    Q_DECLARE_FLAGS(Keeps, Keep)
 
-    bool keepAcl() const { return m_keepAcl; }
-    bool keepStorageClass() const { return m_keepStorageClass; }
-    bool keepMetadata() const { return m_keepMetadata; }
-    bool keepServerSideEncryption() const { return m_keepServerSideEncryption; }
-    bool keepsAnything() const
-    {
-        return m_keepAcl || m_keepStorageClass || m_keepMetadata || m_keepServerSideEncryption;
-    }
+    OverwriteMode() = default;
+    // Not explicit: a call site names what it keeps, `OverwriteMode::KeepAcl`.
+    OverwriteMode(Keeps keeps) : m_keeps(keeps) {}
+    OverwriteMode(Keep keep) : m_keeps(keep) {}
+
+    bool keepAcl() const { return m_keeps.testFlag(KeepAcl); }
+    bool keepStorageClass() const { return m_keeps.testFlag(KeepStorageClass); }
+    bool keepMetadata() const { return m_keeps.testFlag(KeepMetadata); }
+    bool keepServerSideEncryption() const { return m_keeps.testFlag(KeepServerSideEncryption); }
+    bool keepsAnything() const { return m_keeps != Keeps(); }
 
 private:
-    int m_keepAcl = 0;
-    int m_keepStorageClass = 0;
-    int m_keepMetadata = 0;
-    int m_keepServerSideEncryption = 0;
+    Keeps m_keeps;
 };
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(OverwriteMode::Keeps)
 
 #endif

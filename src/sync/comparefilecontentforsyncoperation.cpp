@@ -14,7 +14,7 @@ CompareFileContentForSyncOperation::CompareFileContentForSyncOperation(
 {
     m_listedObject = listedObjectToCheck();
     if (m_listedObject)
-        appendSideOp(m_listedObject == SourceTag ? m_destination : m_source, Side(3 - m_listedObject));
+        appendSideOp(m_listedObject == SourceSide ? m_destination : m_source, Side(3 - m_listedObject));
     else if (m_source->fileSystemClass() == AbstractFS::CloudClass)
         appendSourceOp();
     else
@@ -35,9 +35,9 @@ int CompareFileContentForSyncOperation::listedObjectToCheck() const
 {
     if (headForEveryObject())
         return 0;
-    for (const Side side : {SourceTag, DestinationTag}) {
-        const QSharedPointer<AbstractFile>& object = side == SourceTag ? m_source : m_destination;
-        const QSharedPointer<AbstractFile>& local = side == SourceTag ? m_destination : m_source;
+    for (const Side side : {SourceSide, DestinationSide}) {
+        const QSharedPointer<AbstractFile>& object = side == SourceSide ? m_source : m_destination;
+        const QSharedPointer<AbstractFile>& local = side == SourceSide ? m_destination : m_source;
         if (object->itemType() == AbstractItem::CloudFileItem && local->itemType() == AbstractItem::LocalFileItem
             && object.staticCast<AbstractCloudFile>()->md5sum().size() == 16 && object->size() >= 0
             && object->size() == local->size())
@@ -48,36 +48,32 @@ int CompareFileContentForSyncOperation::listedObjectToCheck() const
 
 void CompareFileContentForSyncOperation::appendSourceOp()
 {
-    appendSideOp(m_source, SourceTag);
+    appendSideOp(m_source, SourceSide);
 }
 
 void CompareFileContentForSyncOperation::appendDestinationOp()
 {
-    appendSideOp(m_destination, DestinationTag);
+    appendSideOp(m_destination, DestinationSide);
 }
 
 void CompareFileContentForSyncOperation::appendSideOp(const QSharedPointer<AbstractFile>& file, Side side)
 {
     if (file->itemType() == AbstractItem::CloudFileItem) {
-        auto* head = new HeadWSFileOperation(this, file.staticCast<AbstractCloudFile>());
-        head->setTag(side);
-        appendThen(head, [this](HeadWSFileOperation* done) {
-            if (done->error().isNull())
-                headFinished(done);
-        });
+        appendThen(new HeadWSFileOperation(this, file.staticCast<AbstractCloudFile>()),
+                   [this, side](HeadWSFileOperation* done) {
+                       if (done->error().isNull())
+                           headFinished(done, side);
+                   });
     } else if (file->itemType() == AbstractItem::LocalFileItem) {
-        auto* md5 = new LocalMd5AtomicOperation(this, file);
-        md5->setTag(side);
-        appendThen(md5, [this](LocalMd5AtomicOperation* done) {
+        appendThen(new LocalMd5AtomicOperation(this, file), [this, side](LocalMd5AtomicOperation* done) {
             if (done->error().isNull())
-                md5Finished(done);
+                md5Finished(done, side);
         });
     }
 }
 
-void CompareFileContentForSyncOperation::headFinished(HeadWSFileOperation* head)
+void CompareFileContentForSyncOperation::headFinished(HeadWSFileOperation* head, Side side)
 {
-    const Side side = Side(head->tag());
     qint64 size = -1;
     QByteArray md5;
     // An object gone since the listing holds nothing equal either.
@@ -116,18 +112,18 @@ bool CompareFileContentForSyncOperation::plainContent(const Metadata& metadata,
     return true;
 }
 
-void CompareFileContentForSyncOperation::md5Finished(LocalMd5AtomicOperation* md5)
+void CompareFileContentForSyncOperation::md5Finished(LocalMd5AtomicOperation* md5, Side side)
 {
     // A size that changed since the listing is noticed here.
-    const QSharedPointer<AbstractFile> file = md5->tag() == SourceTag ? m_source : m_destination;
+    const QSharedPointer<AbstractFile> file = side == SourceSide ? m_source : m_destination;
     file.staticCast<LocalFile>()->refreshSize();
     if (m_listedObject) {
-        const QSharedPointer<AbstractFile>& object = m_listedObject == SourceTag ? m_source : m_destination;
+        const QSharedPointer<AbstractFile>& object = m_listedObject == SourceSide ? m_source : m_destination;
         m_listedObject = 0;
         if (md5->md5 == object.staticCast<AbstractCloudFile>()->md5sum() && file->size() == object->size())
             return;
     }
-    sideKnown(Side(md5->tag()), md5->md5, file->size(), false);
+    sideKnown(side, md5->md5, file->size(), false);
 }
 
 void CompareFileContentForSyncOperation::sideKnown(Side side, const QByteArray& md5, qint64 size,
@@ -137,14 +133,14 @@ void CompareFileContentForSyncOperation::sideKnown(Side side, const QByteArray& 
     mine.md5 = md5;
     mine.size = size;
     mine.done = true;
-    const QSharedPointer<AbstractFile>& other = side == SourceTag ? m_destination : m_source;
+    const QSharedPointer<AbstractFile>& other = side == SourceSide ? m_destination : m_source;
     // The listed size of a local twin settles a difference without reading it.
     if (checkListedSize && other->fileSystemClass() == AbstractFS::LocalClass && other->size() != size) {
         m_identical = false;
         return;
     }
     if (!m_sides[2 - side].done) {
-        if (side == SourceTag)
+        if (side == SourceSide)
             appendDestinationOp();
         else
             appendSourceOp();

@@ -19,13 +19,12 @@ class LocalMd5AtomicOperation;
 class CompareFileContentForSyncOperation : public OperationGroup
 {
 public:
-    enum Side { SourceTag = 1, DestinationTag = 2 };
+    enum Side { SourceSide = 1, DestinationSide = 2 };
 
     CompareFileContentForSyncOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& source,
                                        const QSharedPointer<AbstractFile>& destination,
                                        const QSharedPointer<AbstractFolder>& destinationFolder);
 
-    int type() const override { return CompareFileContentForSyncType; }
     QString name() const override { return QStringLiteral("Compare"); }
 
     QSharedPointer<AbstractFile> source() const { return m_source; }
@@ -56,8 +55,8 @@ private:
     void appendSourceOp();
     void appendDestinationOp();
     void appendSideOp(const QSharedPointer<AbstractFile>& file, Side side);
-    void md5Finished(LocalMd5AtomicOperation* md5);
-    void headFinished(HeadWSFileOperation* head);
+    void md5Finished(LocalMd5AtomicOperation* md5, Side side);
+    void headFinished(HeadWSFileOperation* head, Side side);
     // Records one side and goes on with the other, or compares.
     void sideKnown(Side side, const QByteArray& md5, qint64 size, bool checkListedSize);
     void compare();

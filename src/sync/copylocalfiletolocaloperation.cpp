@@ -8,10 +8,12 @@
 
 CopyLocalFileToLocalOperation::CopyLocalFileToLocalOperation(
     OperationGroup* parent, const QSharedPointer<LocalFile>& source,
-    const QSharedPointer<AbstractLocalContainer>& destination, const QString& fileName, bool deleteSource,
-    bool compareBeforeAsking, bool failIfExists)
-    : OperationGroup(parent), m_source(source), m_destination(destination), m_deleteSource(deleteSource),
-      m_compareBeforeAsking(compareBeforeAsking), m_fileName(fileName), m_failIfExists(failIfExists)
+    const QSharedPointer<AbstractLocalContainer>& destination, const QString& fileName,
+    ShellCopyFileOperation::CopyFlags flags)
+    : OperationGroup(parent), m_source(source), m_destination(destination),
+      m_deleteSource(flags.testFlag(ShellCopyFileOperation::Move)),
+      m_compareBeforeAsking(flags.testFlag(ShellCopyFileOperation::CompareExisting)), m_fileName(fileName),
+      m_failIfExists(flags.testFlag(ShellCopyFileOperation::FailIfExists))
 {
 }
 
@@ -44,12 +46,10 @@ void CopyLocalFileToLocalOperation::prepareFirstOperation()
         confirm();
         return;
     }
-    const QSharedPointer<AbstractFile> files[] = {m_source, m_existingFile};
-    for (int tag = 1; tag <= 2; ++tag) {
-        auto* md5 = new LocalMd5AtomicOperation(this, files[tag - 1]);
-        md5->setTag(tag);
-        appendThen(md5, [this](LocalMd5AtomicOperation* done) { md5Finished(done); });
-    }
+    appendThen(new LocalMd5AtomicOperation(this, m_source),
+               [this](LocalMd5AtomicOperation* done) { md5Finished(done, m_sourceMd5); });
+    appendThen(new LocalMd5AtomicOperation(this, m_existingFile),
+               [this](LocalMd5AtomicOperation* done) { md5Finished(done, m_targetMd5); });
 }
 
 // Skip or overwrite by a mode that is already known.
@@ -96,11 +96,11 @@ void CopyLocalFileToLocalOperation::answered(BrindleLib::OverwriteMode answer)
         static_cast<OperationGroup*>(top)->setOverwriteMode(answer);
 }
 
-void CopyLocalFileToLocalOperation::md5Finished(LocalMd5AtomicOperation* child)
+void CopyLocalFileToLocalOperation::md5Finished(LocalMd5AtomicOperation* child, QByteArray& md5)
 {
     if (!child->error().isNull())
         return;
-    (child->tag() == 1 ? m_sourceMd5 : m_targetMd5) = child->md5;
+    md5 = child->md5;
     if (m_sourceMd5.isEmpty() || m_targetMd5.isEmpty())
         return;
     if (m_sourceMd5 == m_targetMd5)

@@ -6,6 +6,7 @@
 #include "items/abstractlocalcontainer.h"
 #include "items/localfile.h"
 #include "operations/operationgroup.h"
+#include "sync/shellcopyfileoperation.h"
 
 class LocalMd5AtomicOperation;
 
@@ -18,8 +19,7 @@ class CopyLocalFileToLocalOperation : public OperationGroup
 public:
     CopyLocalFileToLocalOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& source,
                                   const QSharedPointer<AbstractLocalContainer>& destination,
-                                  const QString& fileName, bool deleteSource, bool compareBeforeAsking,
-                                  bool failIfExists);
+                                  const QString& fileName, ShellCopyFileOperation::CopyFlags flags);
 
     QString name() const override { return tr("Copy file"); }
     void prepareFirstOperation() override;
@@ -35,7 +35,8 @@ private:
     void copyFile();
     void confirm();
     void decide(BrindleLib::OverwriteMode mode);
-    void md5Finished(LocalMd5AtomicOperation* child);
+    // Keeps one side's digest in md5; with both known, skips or copies.
+    void md5Finished(LocalMd5AtomicOperation* child, QByteArray& md5);
     void answered(BrindleLib::OverwriteMode answer);
     BrindleLib::OverwriteMode topLevelOverwriteMode();
 

@@ -14,7 +14,6 @@ class FolderExistsOperation : public OperationGroup
 public:
     FolderExistsOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder);
 
-    int type() const override { return FolderExistsType; }
     QString name() const override { return tr("Check folder exists"); }
 
     void prepareFirstOperation() override;

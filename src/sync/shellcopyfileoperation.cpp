@@ -37,7 +37,7 @@ void ShellCopyFileOperation::dispatch()
         appendThen(new CopyWSFileToLocalOperation(this, m_file.staticCast<AbstractCloudFile>(),
                                                   m_destinationFolder.staticCast<AbstractLocalContainer>(),
                                                   m_flags.testFlag(ComputeMd5), m_flags.testFlag(CompareExisting),
-                                                  m_settings.decryptionPasswords),
+                                                  m_settings),
                    [this](CopyWSFileToLocalOperation* download) {
                        m_copiedFile = download->downloadedFile();
                        moveStep(download, download->transferSkipped());
@@ -45,10 +45,7 @@ void ShellCopyFileOperation::dispatch()
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::CloudClass) {
         appendThen(new CopyLocalFileToWSOperation(this, m_file.staticCast<LocalFile>(),
                                                   m_destinationFolder.staticCast<AbstractS3Folder>(),
-                                                  m_settings.aclDirective, m_flags.testFlag(CompareExisting),
-                                                  m_overwriteMode, m_settings.clientSideEncryption,
-                                                  m_settings.serverSideEncryption, m_settings.storageDirective,
-                                                  m_settings.multipart),
+                                                  m_flags.testFlag(CompareExisting), m_overwriteMode, m_settings),
                    [this](CopyLocalFileToWSOperation* upload) {
                        m_copiedFile = upload->uploadedFile();
                        moveStep(upload, upload->transferSkipped());
@@ -56,9 +53,7 @@ void ShellCopyFileOperation::dispatch()
     } else if (source == AbstractItem::LocalFileItem && target == AbstractFS::LocalClass) {
         appendThen(new CopyLocalFileToLocalOperation(this, m_file.staticCast<LocalFile>(),
                                                      m_destinationFolder.staticCast<AbstractLocalContainer>(),
-                                                     m_destinationName, m_flags.testFlag(Move),
-                                                     m_flags.testFlag(CompareExisting),
-                                                     m_flags.testFlag(FailIfExists)),
+                                                     m_destinationName, m_flags),
                    [this](CopyLocalFileToLocalOperation* copy) {
                        m_copiedFile = copy->copiedLocalFile();
                        // The rename has moved the file already.
@@ -68,11 +63,9 @@ void ShellCopyFileOperation::dispatch()
     } else if (source == AbstractItem::CloudFileItem && target == AbstractFS::CloudClass) {
         appendThen(new CopyWSFileToWSOperation(this, m_file.staticCast<AbstractCloudFile>(),
                                                m_destinationFolder.staticCast<AbstractS3Folder>(),
-                                               m_destinationName, m_settings.aclDirective,
-                                               m_flags.testFlag(FailIfExists),
+                                               m_destinationName, m_flags.testFlag(FailIfExists),
                                                MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
-                                               m_overwriteMode, m_settings.storageDirective,
-                                               m_settings.serverSideEncryption),
+                                               m_overwriteMode, m_settings),
                    [this](CopyWSFileToWSOperation* copy) { copiedInStore(copy); });
     }
 }

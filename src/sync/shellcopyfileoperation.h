@@ -36,7 +36,6 @@ public:
                            const QSharedPointer<AbstractFolder>& destinationFolder, const QString& name,
                            CopyFlags flags, const OverwriteMode& overwriteMode, const TransferSettings& settings);
 
-    int type() const override { return ShellCopyFileType; }
     QString name() const override;
     QString sourceDisplayPath() const override;
     QString destinationDisplayPath() const override;

@@ -51,6 +51,6 @@ void ShellCreateFolderOperation::prepareFirstOperation()
 void ShellCreateFolderOperation::appendCreateS3Folder()
 {
     appendThen(new CreateS3FolderOperation(this, parentFolder.staticCast<AbstractS3Folder>(), folderName,
-                                           aclDirective.acl(), exclusive, false),
+                                           aclDirective.acl(), exclusive),
                [this](CreateS3FolderOperation* create) { createdFolder = create->createdFolder; });
 }

@@ -63,7 +63,9 @@ void ShellDeleteContainerOperation::prepareFirstOperation()
         return;
     // Links are not followed: a deletion must never reach into another tree.
     const auto versions = allVersions ? BrindleLib::ListAllVersions : BrindleLib::ListCurrentVersions;
-    appendThen(new ShellListFolderOperation(this, folder, BrindleLib::ListSubtree, versions, true, true, true,
+    appendThen(new ShellListFolderOperation(this, folder, BrindleLib::ListSubtree, versions,
+                                            BrindleLib::IncludeHidden | BrindleLib::IncludeSystem
+                                                | BrindleLib::IgnoreSymLinks,
                                             Filter()),
                [this](ShellListFolderOperation* listing) { takeListing(listing); });
 }

@@ -26,7 +26,6 @@ public:
                                   const QList<QSharedPointer<AbstractFolder>>& folders,
                                   const QList<QSharedPointer<AbstractFile>>& files, bool allVersions);
 
-    int type() const override { return ShellDeleteContainerType; }
     QString name() const override { return tr("Delete"); }
     QString sourceDisplayPath() const override { return folder->displayPath(); }
     QString destinationDisplayPath() const override { return QString(); }

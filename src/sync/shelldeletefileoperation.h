@@ -14,7 +14,6 @@ class ShellDeleteFileOperation : public AbstractShellOperation
 public:
     ShellDeleteFileOperation(OperationGroup* parent, const QSharedPointer<AbstractFile>& file, bool allVersions);
 
-    int type() const override { return ShellDeleteFileType; }
     // What a cloud version or delete marker is, when it is one.
     QString name() const override;
     QString sourceDisplayPath() const override { return file->displayPath(); }

@@ -15,7 +15,6 @@ public:
     ShellDeleteVirtualFolderOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder,
                                       bool allVersions);
 
-    int type() const override { return ShellDeleteVirtualFolderType; }
     QString name() const override { return tr("Delete"); }
     QString sourceDisplayPath() const override { return folder->displayPath(); }
     QString destinationDisplayPath() const override { return QString(); }

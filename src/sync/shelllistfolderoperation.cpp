@@ -11,11 +11,9 @@ ShellListFolderOperation::ShellListFolderOperation(OperationGroup* parent,
                                                    const QSharedPointer<AbstractFolder>& folder,
                                                    BrindleLib::EntryListMode entryListMode,
                                                    BrindleLib::ListVersionMode listVersionMode,
-                                                   bool includeHidden, bool includeSystem,
-                                                   bool ignoreSymLinks, const Filter& filter)
+                                                   BrindleLib::ListEntries entries, const Filter& filter)
     : AbstractShellOperation(parent), folder(folder), entryListMode(entryListMode),
-      listVersionMode(listVersionMode), includeHidden(includeHidden), includeSystem(includeSystem),
-      ignoreSymLinks(ignoreSymLinks), filter(filter)
+      listVersionMode(listVersionMode), entries(entries), filter(filter)
 {
 }
 
@@ -24,8 +22,7 @@ void ShellListFolderOperation::prepareFirstOperation()
     switch (folder->fileSystemClass()) {
     case AbstractFS::LocalClass:
         appendThen(new LocalFolderListAtomicOperation(this, folder.staticCast<AbstractLocalContainer>(),
-                                                      entryListMode, includeHidden, includeSystem,
-                                                      ignoreSymLinks, filter),
+                                                      entryListMode, entries, filter),
                    [this](LocalFolderListAtomicOperation* listing) {
                        files = std::exchange(listing->files, {});
                        folders = std::exchange(listing->folders, {});

@@ -20,9 +20,8 @@ class ShellListFolderOperation : public AbstractShellOperation
 public:
     ShellListFolderOperation(OperationGroup* parent, const QSharedPointer<AbstractFolder>& folder,
                              BrindleLib::EntryListMode entryListMode, BrindleLib::ListVersionMode listVersionMode,
-                             bool includeHidden, bool includeSystem, bool ignoreSymLinks, const Filter& filter);
+                             BrindleLib::ListEntries entries, const Filter& filter);
 
-    int type() const override { return ShellListFolderType; }
     QString name() const override { return tr("List"); }
     QString sourceDisplayPath() const override { return folder->displayPath(); }
     QString destinationDisplayPath() const override { return QString(); }
@@ -36,9 +35,7 @@ public:
     QSharedPointer<AbstractFolder> folder;
     BrindleLib::EntryListMode entryListMode;
     BrindleLib::ListVersionMode listVersionMode;
-    bool includeHidden;
-    bool includeSystem;
-    bool ignoreSymLinks;
+    BrindleLib::ListEntries entries;
     Filter filter;
 
     // Results, read directly by the creator.

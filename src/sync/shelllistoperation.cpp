@@ -9,10 +9,10 @@
 #include "sync/shelllistfolderoperation.h"
 
 ShellListOperation::ShellListOperation(OperationGroup* parent, const QSharedPointer<AbstractContainer>& container,
-                                       BrindleLib::ListVersionMode listVersionMode, bool includeHidden,
-                                       bool includeSystem, bool ignoreSymLinks, const Filter& filter)
-    : AbstractShellOperation(parent), container(container), listVersionMode(listVersionMode),
-      includeHidden(includeHidden), includeSystem(includeSystem), ignoreSymLinks(ignoreSymLinks), filter(filter)
+                                       BrindleLib::ListVersionMode listVersionMode, BrindleLib::ListEntries entries,
+                                       const Filter& filter)
+    : AbstractShellOperation(parent), container(container), listVersionMode(listVersionMode), entries(entries),
+      filter(filter)
 {
 }
 
@@ -30,8 +30,7 @@ void ShellListOperation::prepareFirstOperation()
     case AbstractItem::BucketItem:
     case AbstractItem::CloudFolderItem:
         appendThen(new ShellListFolderOperation(this, container.staticCast<AbstractFolder>(),
-                                                BrindleLib::ListOneLevel, listVersionMode, includeHidden,
-                                                includeSystem, ignoreSymLinks, filter),
+                                                BrindleLib::ListOneLevel, listVersionMode, entries, filter),
                    [this](ShellListFolderOperation* listing) { folders.append(listing->folders); });
         break;
     case AbstractItem::MyComputerItem:

@@ -19,8 +19,8 @@ class ShellListOperation : public AbstractShellOperation
 
 public:
     ShellListOperation(OperationGroup* parent, const QSharedPointer<AbstractContainer>& container,
-                       BrindleLib::ListVersionMode listVersionMode, bool includeHidden, bool includeSystem,
-                       bool ignoreSymLinks, const Filter& filter);
+                       BrindleLib::ListVersionMode listVersionMode, BrindleLib::ListEntries entries,
+                       const Filter& filter);
 
     QString name() const override { return tr("List"); }
     QString sourceDisplayPath() const override { return container->displayPath(); }
@@ -31,9 +31,7 @@ public:
 
     QSharedPointer<AbstractContainer> container;
     BrindleLib::ListVersionMode listVersionMode;
-    bool includeHidden;
-    bool includeSystem;
-    bool ignoreSymLinks;
+    BrindleLib::ListEntries entries;
     Filter filter;
     // Result: the folders, drives or buckets found.
     QList<QSharedPointer<AbstractFolder>> folders;

@@ -11,16 +11,12 @@ class ShellPlannedOperation : public AbstractShellOperation
     Q_DECLARE_TR_FUNCTIONS(ShellPlannedOperation)
 
 public:
-    // Next to the sync's own type; no group looks for it.
-    static constexpr int ShellPlannedType = ShellSyncContainerType + 1;
-
     // Appends the line of a dry run to `group`.
     static void appendLine(OperationGroup* group, const QString& name, const QString& sourceDisplayPath,
                            const QString& destinationDisplayPath, const QString& reason);
     // Appends a skipped entry to `group`; the error rises from there to the root.
     static void appendSkip(OperationGroup* group, const QString& displayPath, const QString& message);
 
-    int type() const override { return ShellPlannedType; }
     QString name() const override { return m_name; }
     QString sourceDisplayPath() const override { return m_source; }
     QString destinationDisplayPath() const override { return m_destination; }

@@ -86,105 +86,75 @@ void ShellSyncContainerOperation::prepareFirstOperation()
     AbstractOperation* top = topLevelOperation();
     if (top->isGroup())
         static_cast<OperationGroup*>(top)->setOverwriteMode(BrindleLib::OverwriteAlways);
-    auto* exists = new FolderExistsOperation(this, m_source);
-    exists->setTag(SourceExistsTag);
-    append(exists);
+    appendExists(true);
+}
+
+// The source is checked first, then the destination, then both are listed.
+void ShellSyncContainerOperation::appendExists(bool source)
+{
+    appendThen(new FolderExistsOperation(this, source ? m_source : m_destination),
+               [this, source](FolderExistsOperation* done) {
+                   if (done->error().isNull())
+                       existsChecked(done->exists, source);
+               });
+}
+
+void ShellSyncContainerOperation::existsChecked(bool exists, bool source)
+{
+    if (exists) {
+        if (source)
+            appendExists(false);
+        else
+            list();
+        return;
+    }
+    const QSharedPointer<AbstractFolder>& folder = source ? m_source : m_destination;
+    setError(OpError(OpError::GeneralError, QString(), tr("Folder '%1' not found").arg(folder->displayPath()),
+                     QString()));
 }
 
 void ShellSyncContainerOperation::list()
 {
     const SyncJob::Options options = m_syncJob.options();
-    const bool ignoreLinks = options.testFlag(SyncJob::IgnoreSymbolicLinks);
+    BrindleLib::ListEntries links;
+    links.setFlag(BrindleLib::IgnoreSymLinks, options.testFlag(SyncJob::IgnoreSymbolicLinks));
+    BrindleLib::ListEntries sourceEntries = links;
+    sourceEntries.setFlag(BrindleLib::IncludeHidden, !options.testFlag(SyncJob::IgnoreHiddenFiles));
+    sourceEntries.setFlag(BrindleLib::IncludeSystem, !options.testFlag(SyncJob::IgnoreSystemFiles));
+    auto* source = new ShellListFolderOperation(this, m_source, BrindleLib::ListSubtree,
+                                                BrindleLib::ListCurrentVersions, sourceEntries, m_syncJob.filter());
+    appendThen(source, [this](ShellListFolderOperation* done) {
+        if (!done->error().isNull())
+            return;
+        m_unreadable = done->unreadableFolders;
+        takeListing(done, m_listings.sourceFolders, m_listings.sourceFiles, m_sourceListed);
+        processFolderWhenListed();
+    });
     // The destination is listed in full: what the source leaves out has no
     // twin there and is deleted.
-    auto* source = new ShellListFolderOperation(this, m_source, BrindleLib::ListSubtree,
-                                                BrindleLib::ListCurrentVersions,
-                                                !options.testFlag(SyncJob::IgnoreHiddenFiles),
-                                                !options.testFlag(SyncJob::IgnoreSystemFiles), ignoreLinks,
-                                                m_syncJob.filter());
-    source->setTag(SourceListTag);
-    append(source);
-    auto* destination = new ShellListFolderOperation(this, m_destination, BrindleLib::ListSubtree,
-                                                     BrindleLib::ListCurrentVersions, true, true, ignoreLinks,
-                                                     Filter());
-    destination->setTag(DestinationListTag);
-    append(destination);
-}
-
-bool ShellSyncContainerOperation::prepareNextOperation(AbstractOperation* child)
-{
-    if (OperationGroup::prepareNextOperation(child))
-        return true;
-    const int tag = child->tag();
-    const bool failed = !child->error().isNull();
-    switch (child->type()) {
-    case FolderExistsType:
-        if (!failed && tag == SourceExistsTag)
-            existsChecked(child, m_source);
-        else if (!failed && tag == DestinationExistsTag)
-            existsChecked(child, m_destination);
-        return true;
-    case ShellListFolderType:
-        if (failed)
-            return true;
-        if (tag == SourceListTag) {
-            m_unreadable = static_cast<ShellListFolderOperation*>(child)->unreadableFolders;
-            takeListing(child, m_listings.sourceFolders, m_listings.sourceFiles, m_sourceListed);
-        } else if (tag == DestinationListTag) {
-            takeListing(child, m_listings.destinationFolders, m_listings.destinationFiles, m_destinationListed);
-        }
-        if (tag == DestinationListTag && wantsContainerAcl())
+    auto* destination = new ShellListFolderOperation(
+        this, m_destination, BrindleLib::ListSubtree, BrindleLib::ListCurrentVersions,
+        links | BrindleLib::IncludeHidden | BrindleLib::IncludeSystem, Filter());
+    appendThen(destination, [this](ShellListFolderOperation* done) {
+        if (!done->error().isNull())
+            return;
+        takeListing(done, m_listings.destinationFolders, m_listings.destinationFiles, m_destinationListed);
+        if (wantsContainerAcl())
             appendContainerAcl();
-        else if (m_sourceListed && m_destinationListed && !m_containerAclPending)
-            processFolder();
-        return true;
-    case GetS3ContainerAclType:
-        if (!failed)
-            takeContainerAcl(child);
-        return true;
-    case CompareFileContentForSyncType: {
-        auto* compare = static_cast<CompareFileContentForSyncOperation*>(child);
-        // A failed comparison leaves the file alone; its error stays in the tree.
-        if (failed)
-            SyncSummary::instance().addFailed();
-        else if (!compare->identical())
-            scheduleCopy(compare->source(), SyncAction::ContentDiffers);
         else
-            SyncSummary::instance().addUnchanged(1);
-        return true;
-    }
-    case ShellCopyFileType:
-    case ShellDeleteFileType:
-    case ShellDeleteContainerType:
-        countDone(child);
-        return false;
-    default:
-        return false;
-    }
+            processFolderWhenListed();
+    });
 }
 
-void ShellSyncContainerOperation::existsChecked(AbstractOperation* child, const QSharedPointer<AbstractFolder>& folder)
+void ShellSyncContainerOperation::processFolderWhenListed()
 {
-    if (static_cast<FolderExistsOperation*>(child)->exists) {
-        if (child->tag() == SourceExistsTag) {
-            auto* exists = new FolderExistsOperation(this, m_destination);
-            exists->setTag(DestinationExistsTag);
-            append(exists);
-        } else {
-            list();
-        }
-        return;
-    }
-    if (child->tag() == DestinationExistsTag && m_subOperation)
-        return;
-    setError(OpError(OpError::GeneralError, QString(), tr("Folder '%1' not found").arg(folder->displayPath()),
-                     QString()));
+    if (m_sourceListed && m_destinationListed && !m_containerAclPending)
+        processFolder();
 }
 
-void ShellSyncContainerOperation::takeListing(AbstractOperation* child, FolderList& folders, FileList& files,
-                                              bool& listed)
+void ShellSyncContainerOperation::takeListing(ShellListFolderOperation* listing, FolderList& folders,
+                                              FileList& files, bool& listed)
 {
-    auto* listing = static_cast<ShellListFolderOperation*>(child);
     folders = listing->folders;
     files = listing->files;
     listing->clearList();
@@ -236,12 +206,6 @@ void ShellSyncContainerOperation::setAsideUnreadable()
     }
 }
 
-void ShellSyncContainerOperation::appendTagged(AbstractShellOperation* group, AbstractOperation* op, int tag)
-{
-    op->setTag(tag);
-    group->append(op);
-}
-
 void ShellSyncContainerOperation::processFolder()
 {
     if (!m_unreadable.isEmpty())
@@ -270,7 +234,8 @@ void ShellSyncContainerOperation::execute(const SyncAction& action)
         scheduleCopy(action.file, action.reason);
         break;
     case SyncAction::Compare:
-        append(new CompareFileContentForSyncOperation(this, action.file, action.twin, m_destination));
+        appendThen(new CompareFileContentForSyncOperation(this, action.file, action.twin, m_destination),
+                   [this](CompareFileContentForSyncOperation* done) { compared(done); });
         break;
     case SyncAction::DeleteFile:
     case SyncAction::DeleteFolder: {
@@ -279,12 +244,14 @@ void ShellSyncContainerOperation::execute(const SyncAction& action)
             ShellPlannedOperation::appendLine(m_shellOperation, ShellDeleteFileOperation::tr("Delete"), path,
                                               QString(), SyncAction::reasonText(action.reason));
         else if (action.file)
-            m_shellOperation->append(new ShellDeleteFileOperation(this, action.file, false));
+            m_shellOperation->appendThen(new ShellDeleteFileOperation(this, action.file, false),
+                                         [](AbstractOperation* done) { countDeleted(done, 1); });
         else
-            appendTagged(m_shellOperation,
-                         new ShellDeleteContainerOperation(m_shellOperation, action.folder, action.folders,
-                                                           action.files, false),
-                         DeleteFolderTag + int(action.files.size()));
+            m_shellOperation->appendThen(new ShellDeleteContainerOperation(m_shellOperation, action.folder,
+                                                                           action.folders, action.files, false),
+                                         [files = int(action.files.size())](AbstractOperation* done) {
+                                             countDeleted(done, files);
+                                         });
         break;
     }
     case SyncAction::SyncFolder:
@@ -314,18 +281,23 @@ void ShellSyncContainerOperation::execute(const SyncAction& action)
     }
 }
 
-void ShellSyncContainerOperation::countDone(AbstractOperation* child)
+// A failed comparison leaves the file alone; its error stays in the tree.
+void ShellSyncContainerOperation::compared(CompareFileContentForSyncOperation* compare)
 {
-    SyncSummary& summary = SyncSummary::instance();
-    const bool copy = child->type() == ShellCopyFileType;
-    if (!child->error().isNull()) {
-        summary.addFailed(copy);
-        return;
-    }
-    if (copy)
-        summary.addCopied(child->tag() == ReplaceTag, static_cast<ShellCopyFileOperation*>(child)->file()->size());
+    if (!compare->error().isNull())
+        SyncSummary::instance().addFailed();
+    else if (!compare->identical())
+        scheduleCopy(compare->source(), SyncAction::ContentDiffers);
     else
-        summary.addDeleted(child->type() == ShellDeleteFileType ? 1 : child->tag() - DeleteFolderTag);
+        SyncSummary::instance().addUnchanged(1);
+}
+
+void ShellSyncContainerOperation::countDeleted(AbstractOperation* done, int files)
+{
+    if (done->error().isNull())
+        SyncSummary::instance().addDeleted(files);
+    else
+        SyncSummary::instance().addFailed(false);
 }
 
 bool ShellSyncContainerOperation::keysBecomeLocalPaths() const
@@ -352,16 +324,21 @@ void ShellSyncContainerOperation::scheduleCopy(const QSharedPointer<AbstractFile
                                           SyncAction::reasonText(reason));
         return;
     }
-    const SyncJob::Options options = m_syncJob.options();
-    const OverwriteMode overwriteMode(options.testFlag(SyncJob::OverwriteKeepsAcl), false,
-                                      options.testFlag(SyncJob::OverwriteKeepsMetadata), false);
+    OverwriteMode::Keeps keeps;
+    keeps.setFlag(OverwriteMode::KeepAcl, hasOption(SyncJob::OverwriteKeepsAcl));
+    keeps.setFlag(OverwriteMode::KeepMetadata, hasOption(SyncJob::OverwriteKeepsMetadata));
     TransferSettings settings = m_settings;
     settings.aclDirective = newItemAcl();
     SyncSummary::instance().addPlannedCopy(file->size());
-    appendTagged(m_shellOperation,
-                 new ShellCopyFileOperation(m_shellOperation, file, m_destination, file->name(),
-                                            ShellCopyFileOperation::NoCopyFlags, overwriteMode, settings),
-                 reason == SyncAction::NotInDestination ? CopyNewTag : ReplaceTag);
+    auto* copy = new ShellCopyFileOperation(m_shellOperation, file, m_destination, file->name(),
+                                            ShellCopyFileOperation::NoCopyFlags, keeps, settings);
+    const bool replace = reason != SyncAction::NotInDestination;
+    m_shellOperation->appendThen(copy, [replace](ShellCopyFileOperation* done) {
+        if (done->error().isNull())
+            SyncSummary::instance().addCopied(replace, done->file()->size());
+        else
+            SyncSummary::instance().addFailed(true);
+    });
 }
 
 bool ShellSyncContainerOperation::wantsContainerAcl() const
@@ -377,15 +354,19 @@ AclDirective ShellSyncContainerOperation::newItemAcl() const
 void ShellSyncContainerOperation::appendContainerAcl()
 {
     m_containerAclPending = true;
-    append(new GetS3ContainerAclOperation(this, m_destination.staticCast<AbstractS3Folder>(), true));
+    appendThen(new GetS3ContainerAclOperation(this, m_destination.staticCast<AbstractS3Folder>(), true),
+               [this](GetS3ContainerAclOperation* done) {
+                   if (done->error().isNull())
+                       takeContainerAcl(done);
+               });
 }
 
 // The walk waits for the list, so that every new object gets it.
-void ShellSyncContainerOperation::takeContainerAcl(AbstractOperation* child)
+void ShellSyncContainerOperation::takeContainerAcl(GetS3ContainerAclOperation* done)
 {
     m_containerAclPending = false;
     if (!m_acl)
-        m_acl = static_cast<GetS3ContainerAclOperation*>(child)->acl;
+        m_acl = done->acl;
     if (m_subOperation || (m_sourceListed && m_destinationListed))
         processFolder();
 }

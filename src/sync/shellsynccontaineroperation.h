@@ -12,6 +12,10 @@
 #include "operations/localfolderlistatomicoperation.h"
 #include "sync/syncplanner.h"
 
+class CompareFileContentForSyncOperation;
+class GetS3ContainerAclOperation;
+class ShellListFolderOperation;
+
 // Brings one destination folder into line with one source folder. The top
 // operation checks both roots, lists both whole trees once and walks them
 // together; every folder pair that needs a closer look gets a sub-operation
@@ -23,17 +27,6 @@ class ShellSyncContainerOperation : public AbstractShellOperation
 public:
     using FolderList = QList<QSharedPointer<AbstractFolder>>;
     using FileList = QList<QSharedPointer<AbstractFile>>;
-
-    enum Tag {
-        SourceExistsTag = 1,
-        DestinationExistsTag = 2,
-        SourceListTag = 5,
-        DestinationListTag = 6,
-        CopyNewTag = 7,
-        ReplaceTag = 8,
-        // A deletion of a folder is tagged with this plus its number of files.
-        DeleteFolderTag = 16,
-    };
 
     // The top of a tree: the roots are checked and listed first.
     ShellSyncContainerOperation(OperationGroup* parent, AbstractShellOperation* shellOperation,
@@ -49,10 +42,8 @@ public:
                                 bool createDestination, const QSharedPointer<AbstractAcl>& acl,
                                 const TransferSettings& settings);
 
-    int type() const override { return ShellSyncContainerType; }
     QString name() const override;
     void prepareFirstOperation() override;
-    bool prepareNextOperation(AbstractOperation* child) override;
     QString sourceDisplayPath() const override { return m_source->displayPath(); }
     QString destinationDisplayPath() const override { return m_destination->displayPath(); }
     bool isEffectiveOperation() const override { return true; }
@@ -61,14 +52,16 @@ public:
 
 private:
     void list();
-    void takeListing(AbstractOperation* child, FolderList& folders, FileList& files, bool& listed);
-    void existsChecked(AbstractOperation* child, const QSharedPointer<AbstractFolder>& folder);
+    void appendExists(bool source);
+    void existsChecked(bool exists, bool source);
+    void takeListing(ShellListFolderOperation* listing, FolderList& folders, FileList& files, bool& listed);
+    void processFolderWhenListed();
     void setAsideUnreadable();
-    static void appendTagged(AbstractShellOperation* group, AbstractOperation* op, int tag);
     void processFolder();
     void execute(const SyncAction& action);
-    // Counts a finished copy or deletion for the summary.
-    void countDone(AbstractOperation* child);
+    void compared(CompareFileContentForSyncOperation* compare);
+    // Counts a finished deletion of `files` files for the summary.
+    static void countDeleted(AbstractOperation* done, int files);
     // A download turns object keys into local paths, which must stay below
     // the destination.
     bool keysBecomeLocalPaths() const;
@@ -82,7 +75,7 @@ private:
     AclDirective newItemAcl() const;
     bool wantsContainerAcl() const;
     void appendContainerAcl();
-    void takeContainerAcl(AbstractOperation* child);
+    void takeContainerAcl(GetS3ContainerAclOperation* done);
     bool hasOption(SyncJob::Option option) const { return m_syncJob.options().testFlag(option); }
     AbstractShellOperation* shellOperationForChildren() const;
 

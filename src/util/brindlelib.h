@@ -1,6 +1,7 @@
 #ifndef BRINDLELIB_H
 #define BRINDLELIB_H
 
+#include <QFlags>
 #include <QString>
 
 // Enumerations and process-wide values shared by every subsystem.
@@ -32,6 +33,10 @@ inline bool isSkip(OverwriteMode mode)
 
 enum EntryListMode { ListOneLevel = 0, ListSubtree = 1 };
 
+// What a local listing keeps beyond plain entries, and whether it follows links.
+enum ListEntry { IncludeHidden = 0x1, IncludeSystem = 0x2, IgnoreSymLinks = 0x4 };
+Q_DECLARE_FLAGS(ListEntries, ListEntry)
+
 // Current objects only, or every version and delete marker.
 enum ListVersionMode { ListCurrentVersions = 0, ListAllVersions = 2 };
 
@@ -47,5 +52,7 @@ void setTimeOffset(int seconds);
 QString printable(const QString& text);
 
 } // namespace BrindleLib
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(BrindleLib::ListEntries)
 
 #endif

@@ -51,7 +51,7 @@ int main(int argc, char** argv)
     settings.aclDirective = AclDirective(keepAcl ? AclDirective::UseAcl : AclDirective::ContainerAcl, nullptr);
     auto* copy = new ShellCopyFileOperation(nullptr, file, bucketOn(args.at(2), args.at(3).toInt(), args.at(4)),
                                             file->name(), ShellCopyFileOperation::NoCopyFlags,
-                                            OverwriteMode(keepAcl, false, false, false), settings);
+                                            keepAcl ? OverwriteMode::KeepAcl : OverwriteMode(), settings);
     copy->setOverwriteMode(BrindleLib::OverwriteAlways);
     const bool finished = runShell(copy, 2);
     const OpError error = copy->error();

@@ -198,14 +198,12 @@ void TestStoreOperations::answers()
     else if (op == "delete")
         ops << new DeleteCloudFileOperation(nullptr, file) << new DeleteS3EmptyFolderOperation(nullptr, top);
     else if (op.startsWith("create"))
-        ops << (create = new CreateS3FolderOperation(nullptr, top, "new", nullptr, op == "create!", false));
+        ops << (create = new CreateS3FolderOperation(nullptr, top, "new", nullptr, op == "create!"));
     else
         ops << (copy = new CopyWSFileToWSOperation(
-                    nullptr, file, Driver::createFolder("to/", bucket, QByteArray(), false), "b c", AclDirective(),
-                    false,
+                    nullptr, file, Driver::createFolder("to/", bucket, QByteArray(), false), "b c", false,
                     MetadataDirective(MetadataDirective::CopyDirective, Metadata()),
-                    op == "copy" ? OverwriteMode() : OverwriteMode(false, false, true, false), StorageDirective(),
-                    ServerSideEncryption()));
+                    op == "copy" ? OverwriteMode() : OverwriteMode(OverwriteMode::KeepMetadata), TransferSettings()));
     const Run run(ops, copy ? BrindleLib::OverwriteAlways : BrindleLib::OverwriteAsk);
     QVERIFY(run.finished);
     std::sort(store.requests.begin(), store.requests.end());

@@ -148,8 +148,10 @@ void TestLocalOperations::listing()
                                      "broken -> nowhere"}));
     const auto root = localFolderAt(m_dir->path());
     // System entries on: a broken link is one, and must still be left out.
-    LocalFolderListAtomicOperation op(nullptr, root, BrindleLib::EntryListMode(mode), includeHidden, true,
-                                      ignoreSymLinks, Filter());
+    BrindleLib::ListEntries entries = BrindleLib::IncludeSystem;
+    entries.setFlag(BrindleLib::IncludeHidden, includeHidden);
+    entries.setFlag(BrindleLib::IgnoreSymLinks, ignoreSymLinks);
+    LocalFolderListAtomicOperation op(nullptr, root, BrindleLib::EntryListMode(mode), entries, Filter());
     run(&op);
 
     QVERIFY(op.error().isNull());
@@ -173,8 +175,8 @@ void TestLocalOperations::unreadableFolderListsEmpty()
     QVERIFY(makeTree(m_dir->path(), {"open/", "open/seen", "locked/", "locked/secret", "z"}));
     QVERIFY(QFile::setPermissions(m_dir->path(), QFile::Permissions(0x7055))); // rwxr-xr-x
     QVERIFY(QFile::setPermissions(path("locked"), QFile::Permissions()));
-    LocalFolderListAtomicOperation op(nullptr, localFolderAt(m_dir->path()), BrindleLib::ListSubtree, true, true,
-                                      false, Filter());
+    LocalFolderListAtomicOperation op(nullptr, localFolderAt(m_dir->path()), BrindleLib::ListSubtree,
+                                      BrindleLib::IncludeHidden | BrindleLib::IncludeSystem, Filter());
     {
         UnprivilegedScope unprivileged;
         if (canOpenDir(path("locked")) || !canOpenDir(m_dir->path())) {

@@ -1,5 +1,5 @@
-#ifndef CLOUDPATH_H
-#define CLOUDPATH_H
+#ifndef WSPATH_H
+#define WSPATH_H
 
 #include <QList>
 #include <QSharedPointer>
@@ -8,7 +8,7 @@
 class Endpoint;
 
 // An "s3://" or "gs://" path as a user types it, cut into its parts.
-struct CloudPath
+struct WSPath
 {
     bool valid = false;
     bool google = false;
@@ -18,7 +18,7 @@ struct CloudPath
     bool hasSlash = false;
 
     // Not valid for any other kind of path.
-    static CloudPath parse(const QString& path);
+    static WSPath parse(const QString& path);
 };
 
 // The bucket and key that an http(s) URL names, and the endpoint it is on.

@@ -1,10 +1,10 @@
-#include "items/cloudpath.h"
+#include "items/wspath.h"
 
 #include "items/endpoint.h"
 
-CloudPath CloudPath::parse(const QString& path)
+WSPath WSPath::parse(const QString& path)
 {
-    CloudPath parts;
+    WSPath parts;
     parts.google = path.startsWith(QLatin1String("gs://"), Qt::CaseInsensitive);
     parts.valid = parts.google || path.startsWith(QLatin1String("s3://"), Qt::CaseInsensitive);
     if (!parts.valid)
