@@ -169,7 +169,7 @@ void OperationHandler::slotExecuteWsOperation(AbstractWebServiceOperation* op)
         return;
     }
     // Every request's date comes from here, so a corrected clock counts at once.
-    op->setDateTime(QDateTime::currentDateTime().addSecs(BrindleLib::timeOffset()));
+    op->setDateTime(QDateTime::currentDateTimeUtc().addSecs(BrindleLib::timeOffset()));
     op->makeRequestHeader();
     const HttpRequestHeader header = op->httpRequestHeader();
     connectTo(op, header.url());

@@ -152,6 +152,9 @@ void TestHttpClient::responseOutcome_data()
     QTest::newRow("body beyond the read buffer")
         << put << "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(big.size()) + "\r\n\r\n" + big << 0
         << big << connected;
+    QTest::newRow("head line longer than the line buffer")
+        << put << "HTTP/1.1 200 OK\r\nX-Long: " + QByteArray(2048, 'l') + "\r\nContent-Length: 2\r\n\r\nok" << 0
+        << QByteArray("ok") << connected;
     QTest::newRow("Connection: close")
         << put << QByteArray("HTTP/1.1 200 OK\r\nConnection: Close\r\nContent-Length: 2\r\n\r\nok")
         << 0 << QByteArray("ok") << unconnected;
