@@ -39,9 +39,7 @@ upload_fails "PUT closed after the body" \
 
 # Refusals all along a queue at -t 4, where each connection's next request is ready before its
 # answer comes: every refused file is in the summary, every other one is stored.
-QSRC=$E2E_WORK/queue
-mkdir -p "$QSRC"
-for i in $(seq 10 49); do echo "$i" >"$QSRC/f$i$( ((i % 4)) || echo -bad).txt"; done
+QSRC=$E2E_WORK/queue && mkdir -p "$QSRC" && for i in {10..49}; do echo "$i" >"$QSRC/f$i$( ((i % 4)) || echo -bad).txt"; done
 fault_rules '[{"method":"PUT","path":"-bad","action":"status","status":403,"code":"AccessDenied"}]'
 fault_quorle -t 4 "$QSRC/" s3://fq/
 e2e_expect_eq "refusals along a queue: exit code" 1 "$E2E_STATUS"
