@@ -20,6 +20,7 @@ s3_make_bucket "$BUCKET"
 # The clients that the benches compare. /usr/bin/time runs programs, not shell functions: every
 # client is named by its path, with what the harness's s3_s3cmd and s3_aws would add, written out.
 quorle=("$bin" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
+base=("${BENCH_BASE:-$bin}" -t 4 --endpoint "$S3_HOST" --port "$S3_PORT")
 s3cmd=(s3cmd -c "$S3CMD_CONFIG_PATH" --no-progress sync)
 aws=("$S3_AWS_BIN" --profile path --endpoint-url "$S3_ENDPOINT" s3 sync --only-show-errors)
 # rclone reads the remote "s3" from the environment alone

@@ -6,11 +6,13 @@
 # Prints the median of BENCH_RUNS runs (default 3) per cell, the highest peak RSS, and the ratios:
 # quorle's time over the fastest peer's, and curl's speed over quorle's (above 0.9 is near the
 # server's limit). Every download is compared with its source.
+# BENCH_BASE=BINARY adds the column "base": another quorle binary (an earlier build), run like the first.
 export BENCH_SERVER=${BENCH_SERVER:-rgw}
 # shellcheck source=lib.sh
 . "$(dirname "$0")/lib.sh"
 RUNS=${BENCH_RUNS:-3}
 TOOLS=(${BENCH_TOOLS:-quorle rclone s3cmd aws curl})
+[[ -n ${BENCH_BASE:-} ]] && TOOLS+=(base)
 
 small=$work/small big=$work/big
 for i in $(seq 1 20); do
@@ -63,7 +65,7 @@ cell() {
         curl_config PUT "$from" "$key" "${files[@]}" >"$work/curl.cfg"
         measure "$label" "${client[@]}" -K "$work/curl.cfg"
       else
-        [[ $tool == quorle ]] && make_prefix "$key"
+        [[ $tool == quorle || $tool == base ]] && make_prefix "$key"
         measure "$label" "${client[@]}" "$from/" "$(remote "$tool" "$key")"
       fi ;;
     resync)

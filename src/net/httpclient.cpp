@@ -117,8 +117,8 @@ qint64 HttpClient::read(char* data, qint64 maxlen)
 
 QByteArray HttpClient::readAll()
 {
-    QByteArray data(bytesAvailable(), Qt::Uninitialized);
-    data.resize(read(data.data(), data.size()));
+    const QByteArray data = m_responseBuffer.takeAll();
+    m_bytesDone += data.size();
     return data;
 }
 

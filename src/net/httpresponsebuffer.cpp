@@ -4,8 +4,30 @@
 
 void HttpResponseBuffer::append(const QByteArray& data)
 {
-    if (!data.isEmpty())
-        std::memcpy(reserve(int(data.size())), data.constData(), size_t(data.size()));
+    if (data.isEmpty())
+        return;
+    // An empty buffer shares the bytes rather than copying them: a body read
+    // as fast as it comes passes through without a copy.
+    if (m_total == 0) {
+        m_blocks = { data };
+        m_readPos = 0;
+        m_writePos = int(data.size());
+        m_total = m_writePos;
+        return;
+    }
+    std::memcpy(reserve(int(data.size())), data.constData(), size_t(data.size()));
+}
+
+QByteArray HttpResponseBuffer::takeAll()
+{
+    if (m_total > 0 && m_blocks.count() == 1 && m_readPos == 0 && m_writePos == m_blocks.first().size()) {
+        const QByteArray all = m_blocks.first();
+        clear();
+        return all;
+    }
+    QByteArray all(m_total, Qt::Uninitialized);
+    read(all.data(), m_total);
+    return all;
 }
 
 char* HttpResponseBuffer::reserve(int n)

@@ -15,6 +15,8 @@ public:
     char* reserve(int n);
     // Moves up to n bytes out; returns how many.
     int read(char* data, int n);
+    // Everything buffered, moved out; a single whole block goes as it is.
+    QByteArray takeAll();
     int size() const { return m_total; }
     void clear();
 

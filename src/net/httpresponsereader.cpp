@@ -10,13 +10,22 @@ void HttpResponseReader::reset()
     m_chunkedSize = -1;
 }
 
+// Through a small buffer: readLine() without a limit allocates a whole read
+// chunk for every line.
 bool HttpResponseReader::readHead(QIODevice* socket)
 {
+    char piece[512];
     bool end = false;
     while (!end && socket->canReadLine()) {
-        const QByteArray line = socket->readLine();
-        m_head += line;
-        end = line == "\r\n" || line == "\n" || line.isEmpty();
+        const qsizetype start = m_head.size();
+        qint64 n = 0;
+        do {
+            n = socket->readLine(piece, sizeof piece);
+            if (n > 0)
+                m_head.append(piece, n);
+        } while (n > 0 && piece[n - 1] != '\n');
+        const QByteArrayView line = QByteArrayView(m_head).sliced(start);
+        end = line.isEmpty() || line == "\r\n" || line == "\n";
     }
     return end;
 }

@@ -11,6 +11,7 @@
 #include "operations/abstractshelloperation.h"
 #include "operations/retrypolicy.h"
 #include "operations/localoperationrunner.h"
+#include "operations/operationhandlerthread.h"
 #include "util/brindlelib.h"
 
 namespace {
@@ -35,10 +36,7 @@ OperationHandler::OperationHandler(QObject* parent)
     m_progressTimer->setInterval(global_progressInterval);
     connect(m_progressTimer, &QTimer::timeout, this, &OperationHandler::emitOperationProgress);
     // Signals emitted from other threads reach the handler's own thread queued.
-    connect(this, &OperationHandler::executeWSOperation, this, &OperationHandler::slotExecuteWsOperation,
-            Qt::QueuedConnection);
-    connect(this, &OperationHandler::executeLocalOperation, this,
-            &OperationHandler::slotExecuteLocalOperation, Qt::QueuedConnection);
+    connect(this, &OperationHandler::wakeRequest, this, &OperationHandler::takeNext, Qt::QueuedConnection);
     connect(this, &OperationHandler::abortRequest, this, &OperationHandler::abortCurrentOp,
             Qt::QueuedConnection);
 }
@@ -63,12 +61,37 @@ HttpClient* OperationHandler::httpClient()
 
 void OperationHandler::execute(AbstractOperation* op)
 {
+    m_ready->push(op);
+    wake();
+}
+
+void OperationHandler::wake() { Q_EMIT wakeRequest(); }
+
+// Only this thread sets the current operation, so the check and the take
+// need no common lock: a wake that finds the handler busy or the queue empty
+// does nothing.
+void OperationHandler::takeNext()
+{
+    if (currentOperation())
+        return;
+    if (AbstractOperation* op = m_ready->pop())
+        start(op);
+}
+
+void OperationHandler::start(AbstractOperation* op)
+{
     setCurrentOperation(op);
     op->setHandler(this);
+    // Local work yields to transfers; a change of priority is a system call, made
+    // only when the kind of work changes.
+    const QThread::Priority priority = op->isLocalOperation() ? QThread::LowPriority : QThread::NormalPriority;
+    auto* thread = qobject_cast<OperationHandlerThread*>(QThread::currentThread());
+    if (thread && thread->priority() != priority)
+        thread->setPriority(priority);
     if (op->isLocalOperation())
-        Q_EMIT executeLocalOperation(static_cast<AbstractLocalOperation*>(op));
+        slotExecuteLocalOperation(static_cast<AbstractLocalOperation*>(op));
     else
-        Q_EMIT executeWSOperation(static_cast<AbstractWebServiceOperation*>(op));
+        slotExecuteWsOperation(static_cast<AbstractWebServiceOperation*>(op));
 }
 
 void OperationHandler::setCurrentOperation(AbstractOperation* op) { lockedWrite(m_mutex, m_currentOp, op); }
@@ -80,7 +103,6 @@ bool OperationHandler::isBusy() const
 }
 
 AbstractOperation* OperationHandler::currentOperation() const { return lockedRead(m_mutex, m_currentOp); }
-int OperationHandler::lastShellOpeationId() const { return lockedRead(m_mutex, m_lastShellOperationId); }
 
 bool OperationHandler::isLogEnabled() const
 {
@@ -123,6 +145,9 @@ void OperationHandler::finishOperation(AbstractOperation* op)
     // still busy would leave the next operation to the 300 ms safety net.
     setCurrentOperation(nullptr);
     Q_EMIT operationFinished(op);
+    // Queued, so that the next request starts after the client's callbacks
+    // of this one have returned.
+    Q_EMIT wakeRequest();
 }
 
 void OperationHandler::slotExecuteLocalOperation(AbstractLocalOperation* op)
@@ -144,7 +169,7 @@ void OperationHandler::slotExecuteWsOperation(AbstractWebServiceOperation* op)
         return;
     }
     // Every request's date comes from here, so a corrected clock counts at once.
-    op->setDateTime(QDateTime::currentDateTime().addSecs(BrindleLib::timeOffset()));
+    op->setDateTime(QDateTime::currentDateTimeUtc().addSecs(BrindleLib::timeOffset()));
     op->makeRequestHeader();
     const HttpRequestHeader header = op->httpRequestHeader();
     connectTo(op, header.url());
@@ -281,10 +306,6 @@ void OperationHandler::httpRequestFinished(int id, bool failed)
     AbstractWebServiceOperation* op = currentWebOperation();
     if (!op || id != m_requestId)
         return;
-    if (AbstractOperation* shell = op->firstShellOperation()) {
-        FastMutexLocker locker(m_mutex);
-        m_lastShellOperationId = shell->uniqueId();
-    }
     if (failed) {
         failRequest(op, int(httpClient()->error()), httpClient()->errorString());
     } else if (!hasFinalAnswer(op)) {

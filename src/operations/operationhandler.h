@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 
+#include "operations/readyqueue.h"
 #include "util/operror.h"
 #include "util/fastmutex.h"
 
@@ -16,9 +17,10 @@ class HttpClient;
 class HttpResponseHeader;
 class QTimer;
 
-// Carries out one atomic operation at a time on its own thread. The shell
-// calls execute() from the main thread; the work arrives here queued and the
-// result goes back by operationFinished. Web operations go through one HTTP
+// Carries out one atomic operation at a time on its own thread. Work comes
+// from a ready queue, its own or one shared with other handlers; when an
+// operation ends the handler takes the next one at once and the result goes
+// back to the main thread by operationFinished. Web operations go through one HTTP
 // client that is kept across requests, so that consecutive requests to the
 // same host and port share a connection.
 class OperationHandler : public QObject
@@ -29,10 +31,14 @@ public:
     explicit OperationHandler(QObject* parent = nullptr);
     ~OperationHandler() override;
 
+    // Queues op and wakes the handler.
     void execute(AbstractOperation* op);
+    // Called before the thread starts: the queue to take work from.
+    void setReadyQueue(ReadyQueue* queue) { m_ready = queue; }
+    // Thread-safe: takes the next ready operation if the handler is idle.
+    void wake();
     bool isBusy() const;
     AbstractOperation* currentOperation() const;
-    int lastShellOpeationId() const;
     bool isLogEnabled() const;
     // Thread-safe: asks the work in hand to stop as soon as it can.
     void abort();
@@ -42,13 +48,13 @@ public:
     static OpError networkError(AbstractOperation* op, int code, const QString& text);
 
 Q_SIGNALS:
-    void executeWSOperation(AbstractWebServiceOperation* op);
-    void executeLocalOperation(AbstractLocalOperation* op);
+    void wakeRequest();
     void operationFinished(AbstractOperation* op);
     void handlerOperationProgress(AbstractShellOperation* op);
     void abortRequest();
 
 public Q_SLOTS:
+    void takeNext();
     void slotExecuteWsOperation(AbstractWebServiceOperation* op);
     void slotExecuteLocalOperation(AbstractLocalOperation* op);
     void httpRequestStarted(int id, const QByteArray& header);
@@ -68,6 +74,7 @@ protected:
 
 private:
     void setCurrentOperation(AbstractOperation* op);
+    void start(AbstractOperation* op);
     // The client of this handler, made on first use on the handler's thread.
     HttpClient* httpClient();
     // Points the client at the target's host and port if they changed.
@@ -90,8 +97,9 @@ private:
     int m_lastPort = 0;
     qint64 m_sentBytes = 0;
     QTimer* m_progressTimer;
-    int m_lastShellOperationId = -1;
     AbstractOperation* m_currentOp = nullptr;
+    ReadyQueue m_ownQueue;
+    ReadyQueue* m_ready = &m_ownQueue;
     mutable FastMutex m_mutex;
     int m_requestId = 0;
     QAtomicInt m_logEnabled;

@@ -76,14 +76,11 @@ void Shell::countOut(AbstractShellOperation* top)
 
 void Shell::executeNextOperation()
 {
-    if (m_operations.isEmpty() || m_runningOperations >= m_maxConcurrentOperations)
+    if (m_operations.isEmpty() || m_runningOperations >= capacity())
         return;
     updateHandlerList();
     int index = 0;
-    while (index < m_operations.size() && m_runningOperations < m_maxConcurrentOperations) {
-        OperationHandler* handler = freeWsHandler(-1);
-        if (!handler)
-            return;
+    while (index < m_operations.size() && m_runningOperations < capacity()) {
         AbstractShellOperation* top = m_operations.at(index);
         AbstractOperation* atomic = nullptr;
         if (!top->ignoreFlag() && !top->removeFlag())
@@ -94,14 +91,37 @@ void Shell::executeNextOperation()
         }
         // Stay with the same index: if settling the operation finished and
         // removed the top-level one, the next one has taken its place.
-        dispatch(top, atomic, handler);
+        dispatch(top, atomic);
     }
+    wakeIdleHandlers();
     m_lastPass.start();
 }
 
-// Hands one atomic operation to the handler, or settles it at once when it
+// With several handlers, as many operations again wait ready, so that a
+// handler goes from one request to the next without waiting on this thread.
+// A single handler keeps to one operation at a time: its order of requests
+// stays that of the decisions.
+int Shell::capacity() const
+{
+    return m_maxConcurrentOperations > 1 ? 2 * m_maxConcurrentOperations : m_maxConcurrentOperations;
+}
+
+void Shell::wakeIdleHandlers()
+{
+    int waiting = m_ready.size();
+    for (OperationHandlerThread* thread : std::as_const(m_handlers)) {
+        if (waiting == 0)
+            return;
+        if (!thread->handler()->isBusy()) {
+            thread->handler()->wake();
+            --waiting;
+        }
+    }
+}
+
+// Queues one atomic operation for the handlers, or settles it at once when it
 // needs none.
-void Shell::dispatch(AbstractShellOperation* top, AbstractOperation* atomic, OperationHandler* handler)
+void Shell::dispatch(AbstractShellOperation* top, AbstractOperation* atomic)
 {
     if (atomic->skipFlag() || atomic->type() == AbstractOperation::DummyType) {
         countOut(top);
@@ -126,11 +146,7 @@ void Shell::dispatch(AbstractShellOperation* top, AbstractOperation* atomic, Ope
     }
     AbstractOperation* shellOp = atomic->firstShellOperation();
     atomic->setState(AbstractOperation::RunningState);
-    for (OperationHandlerThread* thread : std::as_const(m_handlers)) {
-        if (thread->handler() == handler)
-            thread->setPriority(atomic->isLocalOperation() ? QThread::LowPriority : QThread::NormalPriority);
-    }
-    handler->execute(atomic);
+    m_ready.push(atomic);
     changeRunning(1);
     if (shellOp && static_cast<AbstractShellOperation*>(shellOp)->runningOperations() == 0)
         Q_EMIT shellOperationStarted(static_cast<AbstractShellOperation*>(shellOp));
@@ -202,11 +218,11 @@ void Shell::checkForExecute()
         m_operations.removeOne(removed.at(i));
         Q_EMIT operationRemoved(removed.at(i)->uniqueId());
     }
-    // Free handlers matter, not idle ones: a retry whose wait is over must not
-    // wait on a long transfer as well.
-    if (m_runningOperations < m_maxConcurrentOperations
-        && (!m_lastPass.isValid() || m_lastPass.elapsed() > 199))
+    // Room matters, not idle handlers: a retry whose wait is over must not wait
+    // on a long transfer as well.
+    if (m_runningOperations < capacity() && (!m_lastPass.isValid() || m_lastPass.elapsed() > 199))
         executeNextOperation();
+    wakeIdleHandlers();
 }
 
 void Shell::handlerOperationProgress(AbstractShellOperation* op)
@@ -221,22 +237,6 @@ void Shell::emitOperationProgress(AbstractOperation* op)
         if (current->isShellOperation())
             Q_EMIT operationProgress(current->uniqueId());
     }
-}
-
-OperationHandler* Shell::freeWsHandler(int shellOperationId) const
-{
-    if (shellOperationId != -1) {
-        for (OperationHandlerThread* thread : m_handlers) {
-            OperationHandler* handler = thread->handler();
-            if (!handler->isBusy() && handler->lastShellOpeationId() == shellOperationId)
-                return handler;
-        }
-    }
-    for (OperationHandlerThread* thread : m_handlers) {
-        if (!thread->handler()->isBusy())
-            return thread->handler();
-    }
-    return nullptr;
 }
 
 void Shell::updateHandlerList()
@@ -256,6 +256,7 @@ OperationHandlerThread* Shell::createHandler()
     auto* thread = new OperationHandlerThread;
     OperationHandler* handler = thread->handler();
     handler->setLogEnabled(m_logEnabled);
+    handler->setReadyQueue(&m_ready);
     connect(handler, &OperationHandler::operationFinished, this, &Shell::operationFinished,
             Qt::QueuedConnection);
     connect(handler, &OperationHandler::handlerOperationProgress, this, &Shell::handlerOperationProgress,

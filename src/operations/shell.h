@@ -5,6 +5,8 @@
 #include <QList>
 #include <QObject>
 
+#include "operations/readyqueue.h"
+
 class AbstractOperation;
 class AbstractShellOperation;
 class OperationHandler;
@@ -53,17 +55,22 @@ public Q_SLOTS:
     void overwriteConfirmation(OverwriteConfirmOperation* op);
 
 private:
-    void dispatch(AbstractShellOperation* top, AbstractOperation* atomic, OperationHandler* handler);
+    void dispatch(AbstractShellOperation* top, AbstractOperation* atomic);
     void countOut(AbstractShellOperation* top);
     void changeRunning(int delta);
     void processFinished(AbstractOperation* atomic);
-    OperationHandler* freeWsHandler(int shellOperationId) const;
+    // Capacity for atomic operations at once: those the handlers carry out and
+    // those ready for the next handler to come free.
+    int capacity() const;
+    // Each queued operation gets one idle handler to take it.
+    void wakeIdleHandlers();
     void updateHandlerList();
     OperationHandlerThread* createHandler();
     static void stopHandler(OperationHandlerThread* thread);
     void emitOperationProgress(AbstractOperation* op);
 
     QList<OperationHandlerThread*> m_handlers;
+    ReadyQueue m_ready;
     QList<AbstractShellOperation*> m_operations;
     int m_runningOperations = 0;
     QElapsedTimer m_lastPass;

@@ -12,7 +12,7 @@ SRC=$E2E_WORK/src
 mkdir -p "$SRC"
 echo fine >"$SRC/fine.txt"
 echo doomed >"$SRC/doomed.txt"
-fault_start fb
+fault_start fb fq
 
 # The upload of doomed.txt meets RULES: exit 1 with TEXT, fine.txt stored, doomed.txt not.
 upload_fails() {  # WHAT RULES TEXT
@@ -36,6 +36,17 @@ upload_fails "PUT closed at once" '[{"method":"PUT","path":"doomed","action":"cl
 upload_fails "PUT closed after the body" \
   '[{"method":"PUT","path":"doomed","action":"close-after-body","times":1},
     {"method":"PUT","path":"doomed","action":"close"}]' 'Server closed connection unexpectedly'
+
+# Refusals all along a queue at -t 4, where each connection's next request is ready before its
+# answer comes: every refused file is in the summary, every other one is stored.
+QSRC=$E2E_WORK/queue && mkdir -p "$QSRC" && for i in {10..49}; do echo "$i" >"$QSRC/f$i$( ((i % 4)) || echo -bad).txt"; done
+fault_rules '[{"method":"PUT","path":"-bad","action":"status","status":403,"code":"AccessDenied"}]'
+fault_quorle -t 4 "$QSRC/" s3://fq/
+e2e_expect_eq "refusals along a queue: exit code" 1 "$E2E_STATUS"
+e2e_check "refusals along a queue: each in the summary" \
+  bash -c 'sed -n "/^Failed: 10$/,\$p" "$1" | grep -c -- "-bad.txt: .*AccessDenied" | grep -qx 10' - "$E2E_OUTPUT"
+e2e_expect_eq "refusals along a queue: the others stored" \
+  "$(cd "$QSRC" && ls | grep -v bad | xargs)" "$(fault_keys fq | sort | xargs)"
 
 # GET dropped before the status line: no file, not even a partial one; the other file arrives.
 fault_rules '[]'

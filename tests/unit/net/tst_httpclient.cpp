@@ -100,6 +100,7 @@ void TestHttpClient::responseOutcome_data()
     const int wrongLength = HttpClient::WrongContentLength;
     const int badHead = HttpClient::InvalidResponseHeader;
     QTest::newRow("100 with nothing held back is skipped") << "HTTP/1.1 100 Continue\r\n\r\n" + global_ok5 << 0 << QByteArray("hello") << connected << false;
+    QTest::newRow("head line longer than the line buffer") << "HTTP/1.1 200 OK\r\nX-Long: " + QByteArray(2048, 'l') + "\r\nContent-Length: 2\r\n\r\nok" << 0 << QByteArray("ok") << connected << false;
     QTest::newRow("Connection: close") << QByteArray("HTTP/1.1 200 OK\r\nConnection: Close\r\nContent-Length: 2\r\n\r\nok") << 0 << QByteArray("ok") << unconnected << false;
     QTest::newRow("bad chunk size") << QByteArray("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nx\r\n") << wrongLength << QByteArray() << unconnected << false;
     QTest::newRow("head line without colon") << QByteArray("HTTP/1.1 200 OK\r\nno colon here\r\n\r\n") << badHead << QByteArray() << unconnected << false;
