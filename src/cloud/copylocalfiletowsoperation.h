@@ -15,6 +15,7 @@
 
 class AbstractCloudFile;
 class AbstractS3Folder;
+class EncoderOutput;
 class LocalFile;
 class LocalMd5AtomicOperation;
 class UploadOperation;
@@ -67,6 +68,7 @@ private:
     void appendPlainContentFields();
     void appendComputeMd5AfterOp();
     void appendEncryptOp();
+    void startEncodedParts();
     void appendUploadToWSOp();
     void appendMd5(const QSharedPointer<QIODevice>& device, Md5Tag tag);
     void decide(BrindleLib::OverwriteMode mode);
@@ -88,6 +90,7 @@ private:
     const OverwriteMode m_overwriteMode;
     Metadata m_metadata;
     QSharedPointer<QIODevice> m_uploadDevice;
+    QSharedPointer<EncoderOutput> m_encoderOutput;
     qint64 m_size = 0;
     ClientSideEncryption m_clientSideEncryption;
     ServerSideEncryption m_serverSideEncryption;

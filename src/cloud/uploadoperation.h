@@ -16,6 +16,7 @@
 class AbstractCloudFile;
 class AbstractS3Folder;
 class AbstractUser;
+class EncoderOutput;
 class GetS3ContainerAclOperation;
 class LocalFile;
 
@@ -41,12 +42,16 @@ public:
     // The object after a successful PUT; null before or after a failure.
     QSharedPointer<AbstractCloudFile> uploadedFile() const;
     void clearSourceDevice();
+    // The object is this encoder's output, sent in parts while it is written;
+    // the device and size given above then mean nothing.
+    void setEncoderOutput(const QSharedPointer<EncoderOutput>& output) { m_encoderOutput = output; }
 
 private:
     void appendUploadToWsOp();
     // The object as the store's answer to its PUT, or to the completion of
     // its parts, describes it.
-    void takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer, AbstractAcl::Canned canned);
+    void takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer, AbstractAcl::Canned canned,
+                    qint64 size);
     void takeContainerAcl(const GetS3ContainerAclOperation* child);
 
     const QSharedPointer<LocalFile> m_source;
@@ -59,6 +64,7 @@ private:
     const StorageDirective m_storageDirective;
     const ServerSideEncryption m_serverSideEncryption;
     const Multipart m_multipart;
+    QSharedPointer<EncoderOutput> m_encoderOutput;
     QSharedPointer<AbstractUser> m_owner;
     QSharedPointer<AbstractCloudFile> m_uploadedFile;
     mutable FastMutex m_resultMutex;

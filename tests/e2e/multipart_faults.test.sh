@@ -16,7 +16,7 @@ mkdir -p "$SRC"
 head -c $(( 20 * 1024 * 1024 )) /dev/urandom >"$SRC/big.bin"
 fault_start mp
 
-upload() { fault_quorle --multipart-threshold 8M -t 2 "$SRC/" s3://mp/; }
+upload() { fault_quorle --multipart-threshold 8M -t 2 "$@" "$SRC/" s3://mp/; }
 # how many times each part was sent: "1:N 2:N 3:N"
 sends() {
   local n out=()
@@ -39,6 +39,16 @@ for action in close reset status; do
   e2e_check "the second part $action once: the object is whole" \
     cmp "$SRC/big.bin" <(curl -sf "$(_fault_url mp big.bin)")
 done
+
+# -z -e: parts go up while the encoder still writes; the one that fails is read again from its output
+curl -sf -X DELETE "$(_fault_url mp big.bin)" >/dev/null
+fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"reset","bytes":65536,"times":1}]'
+fault_mark
+upload -z -e aes-256-cbc --encryption-password pw
+e2e_expect_eq "-z -e, the second part fails once: exit code ($(tail -c 300 "$E2E_OUTPUT"))" 0 "$E2E_STATUS"
+e2e_expect_eq "-z -e, the second part fails once: only it is sent again" "1:1 2:2 3:1" "$(sends)"
+e2e_check "-z -e, the second part fails once: the object decodes to the file" cmp "$SRC/big.bin" \
+  <(curl -sf "$(_fault_url mp big.bin)" | openssl enc -d -aes-256-cbc -md sha1 -pass pass:pw | gunzip -c)
 
 curl -sf -X DELETE "$(_fault_url mp big.bin)" >/dev/null
 fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"}]'
