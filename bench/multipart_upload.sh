@@ -2,14 +2,15 @@
 # multipart_upload.sh [BINARY]: one file of 512 MiB up to a local radosgw, in the same run and
 # BENCH_RUNS (3) times in turn: quorle in parts (threshold 8M, -t 8, 4 and 2), quorle in one PUT
 # (threshold 5G, -t 8), aws and rclone in parts of 8 MiB, 8 at once, one curl PUT; with peak memory,
-# and the median ratios to curl. BENCH_ENCODED=1 adds quorle -z -e in parts at -t 8. Then, for the choice of
+# and the median ratios to curl. BENCH_ENCODED=1 adds quorle -z -e in parts at -t 8, and
+# BENCH_BASELINE=BINARY the same by another build of quorle. Then, for the choice of
 # the default threshold, files of BENCH_SWEEP_MIB sizes sent in parts (threshold 5M) and in one PUT.
 BENCH_SERVER=rgw
 # shellcheck source=lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 MEASURE_WIDTH=40
 
-quorle() { echo "$bin" --endpoint "$S3_HOST" --port "$S3_PORT"; }
+quorle() { echo "${client:-$bin}" --endpoint "$S3_HOST" --port "$S3_PORT"; }
 run=0
 # send LABEL FILE [quorle options] : one quorle upload of FILE's folder to a fresh prefix
 send() {
@@ -69,6 +70,8 @@ declare -A ratios=()
 labels=("512 MiB: quorle in parts" "512 MiB: quorle in parts -t 4" "512 MiB: quorle in parts -t 2"
   "512 MiB: quorle single PUT" "512 MiB: aws in parts" "512 MiB: rclone in parts")
 [[ ${BENCH_ENCODED:-0} == 1 ]] && labels+=("512 MiB: quorle -z -e in parts")
+[[ -n ${BENCH_BASELINE:-} ]] && labels+=("512 MiB: baseline -z -e in parts")
+encoded=(-t 8 --multipart-threshold 8M -z -e aes-256-cbc --encryption-password bench)
 for (( round = 1; round <= ${BENCH_RUNS:-3}; round++ )); do
   # a round that fails (radosgw here may stall past the client's time-out) counts for nothing
   send "${labels[0]}" "$work/big/file.bin" -t 8 --multipart-threshold 8M || true
@@ -77,8 +80,9 @@ for (( round = 1; round <= ${BENCH_RUNS:-3}; round++ )); do
   send "${labels[3]}" "$work/big/file.bin" -t 8 --multipart-threshold 5G || true
   aws_parts || true
   rclone_parts || true
-  [[ ${BENCH_ENCODED:-0} == 1 ]] && { send "${labels[6]}" "$work/big/file.bin" -t 8 --multipart-threshold 8M \
-    -z -e aes-256-cbc --encryption-password bench || true; }
+  [[ ${BENCH_ENCODED:-0} == 1 ]] && { send "${labels[6]}" "$work/big/file.bin" "${encoded[@]}" || true; }
+  [[ -n ${BENCH_BASELINE:-} ]] && { client=$BENCH_BASELINE send "${labels[-1]}" "$work/big/file.bin" "${encoded[@]}" \
+    || true; }
   curl_put || true
   for label in "${labels[@]}"; do
     [[ -n ${times[$label]:-} && -n ${times["512 MiB: curl PUT"]:-} ]] || continue
