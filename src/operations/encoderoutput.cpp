@@ -1,5 +1,6 @@
 #include "operations/encoderoutput.h"
 
+#include <QDir>
 #include <QTemporaryFile>
 
 #include "crypto/fileencoder.h"
@@ -16,7 +17,8 @@ bool EncoderOutput::prepare()
     // Removed with the upload's last reference to it.
     temporary->setAutoRemove(true);
     if (!temporary->open()) {
-        m_error = OpError(OpError::FileError, QString(), temporary->errorString(), QString());
+        const QString message = QStringLiteral("%1: %2").arg(QDir::tempPath(), temporary->errorString());
+        m_error = OpError(OpError::FileError, QString(), message, QString());
         return false;
     }
     // Only its name is needed here: the encoder and the parts open it anew.

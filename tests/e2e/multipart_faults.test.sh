@@ -50,7 +50,14 @@ e2e_expect_eq "-z -e, the second part fails once: only it is sent again" "1:1 2:
 e2e_check "-z -e, the second part fails once: the object decodes to the file" cmp "$SRC/big.bin" \
   <(curl -sf "$(_fault_url mp big.bin)" | openssl enc -d -aes-256-cbc -md sha1 -pass pass:pw | gunzip -c)
 
+# the temporary folder is a file: the encoder has nowhere to write, and nothing is opened in the store
 curl -sf -X DELETE "$(_fault_url mp big.bin)" >/dev/null
+fault_mark
+TMPDIR=$SRC/big.bin upload -z
+e2e_expect_eq "-z, temporary folder is a file: exit code" 1 "$E2E_STATUS"
+e2e_expect_eq "-z, temporary folder is a file: no upload started" 0 "$(fault_count '^POST ')"
+e2e_check "-z, temporary folder is a file: the error names it" grep -qF "$SRC/big.bin: Not a directory" "$E2E_OUTPUT"
+
 fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"}]'
 fault_mark
 upload
