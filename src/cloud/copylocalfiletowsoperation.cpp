@@ -171,7 +171,8 @@ void CopyLocalFileToWSOperation::appendEncryptOp()
 }
 
 // Above the threshold (of the plain size) the file is encoded while its
-// parts already go up; the metadata is complete before the encoder starts.
+// parts already go up; the metadata is complete before the encoder starts,
+// and the encoded size counts once the upload has it.
 void CopyLocalFileToWSOperation::startEncodedParts()
 {
     const auto output = QSharedPointer<EncoderOutput>::create(m_source, m_clientSideEncryption);
