@@ -8,6 +8,7 @@
 #include "items/abstracts3folder.h"
 #include "items/driver.h"
 #include "items/localfile.h"
+#include "operations/encoderoutput.h"
 #include "operations/encryptlocalfileatomicoperation.h"
 #include "operations/localmd5atomicoperation.h"
 #include "operations/overwriteconfirmoperation.h"
@@ -166,6 +167,21 @@ void CopyLocalFileToWSOperation::appendEncryptOp()
                });
 }
 
+// Above the threshold (of the plain size) the file is encoded while its
+// parts already go up; the metadata is complete before the encoder starts,
+// and the encoded size counts once the upload has it.
+void CopyLocalFileToWSOperation::startEncodedParts()
+{
+    const auto output = QSharedPointer<EncoderOutput>::create(m_source, m_settings.clientSideEncryption);
+    if (!output->prepare()) {
+        setError(output->error());
+        return;
+    }
+    m_encoderOutput = output;
+    m_uploadDevice = output->file();
+    takeEncodedForm(QSharedPointer<QIODevice>(), 0, output->iv());
+}
+
 void CopyLocalFileToWSOperation::takeEncodedForm(const QSharedPointer<QIODevice>& device, qint64 encodedSize,
                                                  const QByteArray& iv)
 {
@@ -193,7 +209,8 @@ void CopyLocalFileToWSOperation::appendPlainContentFields()
     const QSharedPointer<AbstractAccount> account = m_destinationFolder->account();
     m_metadata.append(HttpField(account->xMetaBrindleboxETag(), m_sourceMd5.toBase64()));
     m_metadata.append(HttpField(account->xMetaBrindleboxContentLength(), QByteArray::number(m_size)));
-    if (m_computeMd5)
+    // Parts carry no checksum of the whole: nothing to read before they go.
+    if (m_computeMd5 && !m_encoderOutput)
         appendComputeMd5AfterOp();
     else
         appendUploadToWSOp();
@@ -213,9 +230,10 @@ void CopyLocalFileToWSOperation::appendUploadToWSOp()
         countUploadSize(file->size());
         m_uploadDevice.reset(file);
     }
-    appendThen(new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_contentMd5,
-                                   m_metadata, m_settings),
-               [this](UploadOperation* upload) { takeUpload(upload); });
+    auto* upload = new UploadOperation(this, m_source, m_uploadDevice, m_uploadSize, m_destinationFolder, m_contentMd5,
+                                       m_metadata, m_settings);
+    upload->setEncoderOutput(m_encoderOutput);
+    appendThen(upload, [this](UploadOperation* done) { takeUpload(done); });
 }
 
 void CopyLocalFileToWSOperation::takeOverwriteAnswer(BrindleLib::OverwriteMode answer)
@@ -235,6 +253,8 @@ void CopyLocalFileToWSOperation::takeUpload(UploadOperation* upload)
         FastMutexLocker locker(m_resultMutex);
         m_uploadedFile = upload->uploadedFile();
     }
+    if (m_encoderOutput && m_uploadedFile)
+        countUploadSize(m_uploadedFile->size());
     // The last hold on a temporary file goes with these.
     m_uploadDevice.reset();
     upload->clearSourceDevice();
@@ -248,7 +268,9 @@ void CopyLocalFileToWSOperation::takeMd5(const LocalMd5AtomicOperation* child)
     const QByteArray md5 = child->md5;
     if (child->tag() == SourceMd5Tag) {
         m_sourceMd5 = md5;
-        if (isEncoded(m_settings.clientSideEncryption))
+        if (isEncoded(m_settings.clientSideEncryption) && m_settings.multipart.appliesTo(m_size))
+            startEncodedParts();
+        else if (isEncoded(m_settings.clientSideEncryption))
             appendEncryptOp();
         else
             appendPlainContentFields();

@@ -11,6 +11,7 @@
 
 class AbstractCloudFile;
 class AbstractS3Folder;
+class EncoderOutput;
 class LocalFile;
 class LocalMd5AtomicOperation;
 class UploadOperation;
@@ -60,6 +61,7 @@ private:
     void appendPlainContentFields();
     void appendComputeMd5AfterOp();
     void appendEncryptOp();
+    void startEncodedParts();
     void appendUploadToWSOp();
     void appendMd5(const QSharedPointer<QIODevice>& device, Md5Tag tag);
     void decide(BrindleLib::OverwriteMode mode);
@@ -80,6 +82,7 @@ private:
     const OverwriteMode m_overwriteMode;
     Metadata m_metadata;
     QSharedPointer<QIODevice> m_uploadDevice;
+    QSharedPointer<EncoderOutput> m_encoderOutput;
     qint64 m_size = 0;
     qint64 m_uploadSize = 0;
     QSharedPointer<AbstractCloudFile> m_existingFile;

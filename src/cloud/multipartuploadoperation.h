@@ -11,6 +11,8 @@
 #include "operations/operationgroup.h"
 
 class AbstractCloudFile;
+class EncoderOutput;
+class EncryptLocalFileAtomicOperation;
 class InitiateMultipartAtomicOperation;
 class PartAtomicOperation;
 
@@ -32,19 +34,33 @@ public:
     MultipartUploadOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& target,
                              const QSharedPointer<AbstractCloudFile>& copySource, qint64 partSize,
                              const Metadata& objectFields, int partsInFlight);
+    // The parts are cut from an encoder's output while the encoder, a child
+    // of this group, still writes it; each goes once all its bytes are there.
+    MultipartUploadOperation(OperationGroup* parent, const QSharedPointer<AbstractCloudFile>& target,
+                             const QSharedPointer<EncoderOutput>& encoding, const Metadata& objectFields,
+                             int partsInFlight);
 
     QString name() const override { return tr("Multipart upload"); }
     void prepareFirstOperation() override;
+    AbstractOperation* takeNextToExecute() override;
 
     // The head of the store's answer to the completion; invalid until then.
     HttpResponseHeader completionAnswer() const;
     QByteArray uploadId() const { return m_uploadId; }
     int partCount() const { return m_partETags.size(); }
+    // The size of the object; known once the encoder, if any, has finished.
+    qint64 objectSize() const { return m_size; }
 
 private:
     void takeInitiated(const InitiateMultipartAtomicOperation* child);
+    void takeEncoded(const EncryptLocalFileAtomicOperation* encoder);
     void takePart(const PartAtomicOperation* part);
+    // Sends what may go now: the parts that are ready, the completion once
+    // all are stored, or the abort once a failure has settled.
+    void advance();
+    bool partReady(int number) const;
     void appendNextPart();
+    void appendComplete();
     void giveUp();
     void putFirst(const OpError& error);
 
@@ -52,7 +68,9 @@ private:
     const QSharedPointer<QIODevice> m_device;
     const QString m_path;
     const QSharedPointer<AbstractCloudFile> m_copySource;
-    const qint64 m_size;
+    const QSharedPointer<EncoderOutput> m_encoding;
+    // -1 while the encoder runs.
+    qint64 m_size;
     const Metadata m_objectFields;
     const int m_partsInFlight;
     qint64 m_partSize = 0;
@@ -62,6 +80,9 @@ private:
     int m_running = 0;
     int m_partsDone = 0;
     bool m_failed = false;
+    bool m_encoderRunning = false;
+    bool m_initiating = false;
+    bool m_closing = false;
     HttpResponseHeader m_completionAnswer;
     mutable FastMutex m_resultMutex;
 };

@@ -36,19 +36,24 @@ void UploadOperation::appendUploadToWsOp()
     // Parts are windows of a file; an encoded form small enough for memory
     // never reaches the threshold.
     auto* file = qobject_cast<QFile*>(m_device.data());
-    if (file && m_settings.multipart.appliesTo(m_size)) {
+    if (m_encoderOutput || (file && m_settings.multipart.appliesTo(m_size))) {
         const Metadata fields =
             UploadAtomicOperation::objectFields(m_folder->account(), m_source->name(), m_metadata, m_settings);
-        appendThen(new MultipartUploadOperation(this, Driver::createChildFile(m_folder, m_source->name()), m_device,
-                                                file->fileName(), m_size, fields, m_settings.multipart.partsInFlight()),
-                   [this](MultipartUploadOperation* done) {
-                       takeAnswer(done, done->completionAnswer(), m_settings.aclDirective.canned());
-                   });
+        const QSharedPointer<AbstractCloudFile> target = Driver::createChildFile(m_folder, m_source->name());
+        const int inFlight = m_settings.multipart.partsInFlight();
+        auto* multipart = m_encoderOutput
+            ? new MultipartUploadOperation(this, target, m_encoderOutput, fields, inFlight)
+            : new MultipartUploadOperation(this, target, m_device, file->fileName(), m_size, fields, inFlight);
+        appendThen(multipart, [this](MultipartUploadOperation* done) {
+            takeAnswer(done, done->completionAnswer(), m_settings.aclDirective.canned(), done->objectSize());
+        });
         return;
     }
     appendThen(new UploadAtomicOperation(this, m_source, m_device, m_size, m_folder, m_contentMd5, m_metadata,
                                          m_settings),
-               [this](UploadAtomicOperation* done) { takeAnswer(done, done->httpResponseHeader(), done->canned()); });
+               [this](UploadAtomicOperation* done) {
+                   takeAnswer(done, done->httpResponseHeader(), done->canned(), m_size);
+               });
 }
 
 // Without the bucket's list (none there, or not readable) the object takes
@@ -65,12 +70,12 @@ void UploadOperation::takeContainerAcl(const GetS3ContainerAclOperation* child)
 // The item is made from what the answer says: its date is the server's
 // time of the answer, not a stored modification time.
 void UploadOperation::takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer,
-                                 AbstractAcl::Canned canned)
+                                 AbstractAcl::Canned canned, qint64 size)
 {
     if (!child->error().isNull() || answer.statusCode() != 200)
         return;
     QSharedPointer<AbstractCloudFile> file = Driver::createChildFile(m_folder, m_source->name());
-    file->setSize(m_size);
+    file->setSize(size);
     file->setLastModified(fromHttpDate(QString::fromLatin1(answer.field("Date").value())).toLocalTime());
     if (m_owner)
         file->setOwner(m_owner);

@@ -13,6 +13,7 @@
 class AbstractCloudFile;
 class AbstractS3Folder;
 class AbstractUser;
+class EncoderOutput;
 class GetS3ContainerAclOperation;
 class LocalFile;
 
@@ -36,12 +37,16 @@ public:
     // The object after a successful PUT; null before or after a failure.
     QSharedPointer<AbstractCloudFile> uploadedFile() const;
     void clearSourceDevice();
+    // The object is this encoder's output, sent in parts while it is written;
+    // the device and size given above then mean nothing.
+    void setEncoderOutput(const QSharedPointer<EncoderOutput>& output) { m_encoderOutput = output; }
 
 private:
     void appendUploadToWsOp();
     // The object as the store's answer to its PUT, or to the completion of
     // its parts, describes it.
-    void takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer, AbstractAcl::Canned canned);
+    void takeAnswer(AbstractOperation* child, const HttpResponseHeader& answer, AbstractAcl::Canned canned,
+                    qint64 size);
     void takeContainerAcl(const GetS3ContainerAclOperation* child);
 
     const QSharedPointer<LocalFile> m_source;
@@ -52,6 +57,7 @@ private:
     const Metadata m_metadata;
     // Its ACL directive turns into the bucket's list once that is read.
     TransferSettings m_settings;
+    QSharedPointer<EncoderOutput> m_encoderOutput;
     QSharedPointer<AbstractUser> m_owner;
     QSharedPointer<AbstractCloudFile> m_uploadedFile;
     mutable FastMutex m_resultMutex;

@@ -11,6 +11,7 @@ namespace {
 const int global_gzipWindowBits = 31;
 const int global_memoryLevel = 9;
 const QByteArray global_saltedPrefix = "Salted__";
+const QString global_randFailed = QStringLiteral("OpenSSL : RAND_bytes failed");
 } // namespace
 
 FileEncoder::FileEncoder(const ClientSideEncryption& settings) : m_settings(settings) {}
@@ -28,13 +29,39 @@ bool FileEncoder::encode(QIODevice* input, QIODevice* output)
     return done;
 }
 
+bool FileEncoder::randomSalt(QByteArray* salt)
+{
+    salt->resize(OpenSsl::_saltLength);
+    return OpenSsl::randPseudoBytes(reinterpret_cast<unsigned char*>(salt->data()), int(salt->size()));
+}
+
+bool FileEncoder::chooseSalt(const ClientSideEncryption& settings, QByteArray* salt, QByteArray* iv,
+                             OpError* error)
+{
+    FileEncoder probe(settings);
+    salt->clear();
+    if (settings.isSalted() && !randomSalt(salt))
+        probe.fail(OpError::EncryptionError, global_randFailed);
+    else if (!probe.m_openSsl.encryptInit(settings.algorithm(), settings.password().toUtf8(), *salt))
+        probe.failEncryption();
+    probe.m_openSsl.cleanUp();
+    *iv = probe.m_openSsl.iv();
+    *error = probe.m_error;
+    return error->isNull();
+}
+
+void FileEncoder::setSalt(const QByteArray& salt)
+{
+    m_salt = salt;
+    m_saltChosen = true;
+}
+
 bool FileEncoder::startCipher()
 {
-    QByteArray salt;
-    if (m_settings.isSalted()) {
-        salt.resize(OpenSsl::_saltLength);
-        if (!OpenSsl::randPseudoBytes(reinterpret_cast<unsigned char*>(salt.data()), int(salt.size())))
-            return fail(OpError::EncryptionError, QStringLiteral("OpenSSL : RAND_bytes failed"));
+    QByteArray salt = m_salt;
+    if (!m_saltChosen && m_settings.isSalted() && !randomSalt(&salt))
+        return fail(OpError::EncryptionError, global_randFailed);
+    if (!salt.isEmpty()) {
         const QByteArray header = global_saltedPrefix + salt;
         if (!write(header.constData(), header.size()))
             return false;
@@ -123,9 +150,10 @@ bool FileEncoder::passOn(const char* data, int size)
 
 bool FileEncoder::write(const char* data, qint64 size)
 {
-    if (m_output->write(data, size) == size)
-        return true;
-    return fail(OpError::FileError, m_output->errorString());
+    if (m_output->write(data, size) != size)
+        return fail(OpError::FileError, m_output->errorString());
+    m_written += size;
+    return !m_progress || m_progress(m_written);
 }
 
 bool FileEncoder::fail(OpError::ErrorType type, const QString& message)

@@ -1,6 +1,8 @@
 #ifndef FILEENCODER_H
 #define FILEENCODER_H
 
+#include <functional>
+
 #include <QByteArray>
 
 #include "crypto/clientsideencryption.h"
@@ -18,7 +20,19 @@ public:
     // Size of the pieces read, deflated and encrypted.
     static const int _bufferSize = 0x80000;
 
+    // Told the bytes written so far after each write; false stops the
+    // encoder, with no error.
+    using Progress = std::function<bool(qint64 written)>;
+
     explicit FileEncoder(const ClientSideEncryption& settings);
+
+    // Picks the salt that the settings call for (empty when unsalted) and
+    // derives the vector that an encoder given that salt will use, so that
+    // it is known before a byte is encoded.
+    static bool chooseSalt(const ClientSideEncryption& settings, QByteArray* salt, QByteArray* iv, OpError* error);
+    // Encrypts behind this salt rather than a random one.
+    void setSalt(const QByteArray& salt);
+    void setProgress(const Progress& progress) { m_progress = progress; }
 
     // Reads input to its end and writes the encoded form to output; both
     // must be open. On failure error() says why; a FileError carries the
@@ -29,6 +43,7 @@ public:
     OpError error() const { return m_error; }
 
 private:
+    static bool randomSalt(QByteArray* salt);
     bool startCipher();
     bool finishCipher();
     bool deflateAll(QIODevice* input);
@@ -45,6 +60,10 @@ private:
     QIODevice* m_output = nullptr;
     QByteArray m_cipherBuffer;
     QByteArray m_iv;
+    QByteArray m_salt;
+    bool m_saltChosen = false;
+    Progress m_progress;
+    qint64 m_written = 0;
     OpError m_error;
 };
 

@@ -88,6 +88,20 @@ qint64 Multipart::partLength(int number, qint64 total, qint64 partSize)
     return qBound(Q_INT64_C(0), total - partOffset(number, partSize), partSize);
 }
 
+qint64 Multipart::encodedSizeBound(qint64 plain, bool compressed, bool encrypted)
+{
+    qint64 bound = plain;
+    // zlib's conservative bound, which its releases have only lowered since,
+    // and the gzip header and trailer.
+    if (compressed)
+        bound += ((plain + 7) >> 3) + ((plain + 63) >> 6) + 5 + 18;
+    // "Salted__" and the salt, then at most one block of padding (the
+    // library's largest block).
+    if (encrypted)
+        bound += 16 + 32;
+    return bound;
+}
+
 qint64 Multipart::parseSize(const QString& text)
 {
     QString digits = text.trimmed();

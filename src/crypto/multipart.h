@@ -47,6 +47,9 @@ public:
     // Offset and length of part number (from 1) of an object of total bytes.
     static qint64 partOffset(int number, qint64 partSize);
     static qint64 partLength(int number, qint64 total, qint64 partSize);
+    // The most that the encoder may write for plain bytes: parts cut while it
+    // still runs are sized by this, so that its output fits in the part limit.
+    static qint64 encodedSizeBound(qint64 plain, bool compressed, bool encrypted);
 
     // "123", "64K", "64M", "5G", "1T" (binary units, either case); -1 when
     // the text is no size.

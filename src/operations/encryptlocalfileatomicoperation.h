@@ -9,9 +9,12 @@
 #include "items/localfile.h"
 #include "operations/abstractlocaloperation.h"
 
+class EncoderOutput;
+
 // Builds the form of a file that goes to the store: a gzip stream, the
 // output of `openssl enc`, or both, in memory for small files and in a
-// temporary file above that.
+// temporary file above that; or into an EncoderOutput whose parts go up
+// while it is written.
 class EncryptLocalFileAtomicOperation : public AbstractLocalOperation
 {
     Q_DECLARE_TR_FUNCTIONS(EncryptLocalFileAtomicOperation)
@@ -22,6 +25,9 @@ public:
 
     EncryptLocalFileAtomicOperation(OperationGroup* parent, const QSharedPointer<LocalFile>& file,
                                     const ClientSideEncryption& clientSideEncryption);
+    // Writes into output, behind its salt, and tells it how far it is. Not
+    // run again on failure: parts of the first run may already be stored.
+    EncryptLocalFileAtomicOperation(OperationGroup* parent, const QSharedPointer<EncoderOutput>& output);
 
     QString name() const override;
     EncryptLocalFileAtomicOperation* clone(OperationGroup* parent) const override;
@@ -38,7 +44,11 @@ public:
     qint64 encodedSize = 0;
 
 private:
+    QSharedPointer<QIODevice> makeOutput(qint64 size) const;
+    bool encode(QIODevice* output, LocalOperationRunner& runner);
+    void fail(const OpError& error, LocalOperationRunner& runner);
     void logEncodingSettings(LocalOperationRunner& runner) const;
+    const QSharedPointer<EncoderOutput> m_output;
     QByteArray m_iv;
 };
 

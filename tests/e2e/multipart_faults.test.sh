@@ -16,7 +16,7 @@ mkdir -p "$SRC"
 head -c $(( 20 * 1024 * 1024 )) /dev/urandom >"$SRC/big.bin"
 fault_start mp
 
-upload() { fault_quorle --multipart-threshold 8M -t 2 "$SRC/" s3://mp/; }
+upload() { fault_quorle --multipart-threshold 8M -t 2 "$@" "$SRC/" s3://mp/; }
 # how many times each part was sent: "1:N 2:N 3:N"
 sends() {
   local n out=()
@@ -40,17 +40,38 @@ for action in close reset status; do
     cmp "$SRC/big.bin" <(curl -sf "$(_fault_url mp big.bin)")
 done
 
+# -z -e: parts go up while the encoder still writes; the one that fails is read again from its output
 curl -sf -X DELETE "$(_fault_url mp big.bin)" >/dev/null
-fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"}]'
+fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"reset","bytes":65536,"times":1}]'
 fault_mark
-upload
-e2e_expect_eq "the second part always fails: exit code" 1 "$E2E_STATUS"
-e2e_check "the second part always fails: the error on stderr" \
-  grep -qzE '\*\* Error \*\*.*big\.bin.*InternalError' "$E2E_OUTPUT"
-e2e_check "the second part always fails: sent at most 9 times ($(sends))" test "$(fault_count 'partNumber=2&')" -le 9
-e2e_expect_eq "the second part always fails: aborted once" 1 "$(fault_count '^DELETE /mp/big\.bin\?uploadId=.* 204$')"
-e2e_expect_eq "the second part always fails: no upload left" "" "$(open_uploads)"
-e2e_expect_eq "the second part always fails: no object" "" "$(fault_keys mp || true)"
+upload -z -e aes-256-cbc --encryption-password pw
+e2e_expect_eq "-z -e, the second part fails once: exit code ($(tail -c 300 "$E2E_OUTPUT"))" 0 "$E2E_STATUS"
+e2e_expect_eq "-z -e, the second part fails once: only it is sent again" "1:1 2:2 3:1" "$(sends)"
+e2e_check "-z -e, the second part fails once: the object decodes to the file" cmp "$SRC/big.bin" \
+  <(curl -sf "$(_fault_url mp big.bin)" | openssl enc -d -aes-256-cbc -md sha1 -pass pass:pw | gunzip -c)
+
+# the temporary folder is a file: the encoder has nowhere to write, and nothing is opened in the store
+curl -sf -X DELETE "$(_fault_url mp big.bin)" >/dev/null
+fault_mark
+TMPDIR=$SRC/big.bin upload -z
+e2e_expect_eq "-z, temporary folder is a file: exit code" 1 "$E2E_STATUS"
+e2e_expect_eq "-z, temporary folder is a file: no upload started" 0 "$(fault_count '^POST ')"
+e2e_check "-z, temporary folder is a file: the error names it" grep -qF "$SRC/big.bin: Not a directory" "$E2E_OUTPUT"
+
+# with -z -e the upload may give up while the encoder still writes: it stops, and the abort still goes
+fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"}]'
+for opts in "" "-z -e aes-256-cbc --encryption-password pw"; do
+  fault_mark
+  # shellcheck disable=SC2086
+  upload $opts
+  v="the second part always fails${opts:+ (-z -e)}"
+  e2e_expect_eq "$v: exit code" 1 "$E2E_STATUS"
+  e2e_check "$v: the error on stderr" grep -qzE '\*\* Error \*\*.*big\.bin.*InternalError' "$E2E_OUTPUT"
+  e2e_check "$v: sent at most 9 times ($(sends))" test "$(fault_count 'partNumber=2&')" -le 9
+  e2e_expect_eq "$v: aborted once" 1 "$(fault_count '^DELETE /mp/big\.bin\?uploadId=.* 204$')"
+  e2e_expect_eq "$v: no upload left" "" "$(open_uploads)"
+  e2e_expect_eq "$v: no object" "" "$(fault_keys mp || true)"
+done
 
 fault_rules '[{"method":"PUT","query":"partNumber=2&","action":"status"},
               {"method":"DELETE","query":"uploadId=","action":"status","status":503,"code":"SlowDown"}]'

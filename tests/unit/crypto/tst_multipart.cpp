@@ -1,5 +1,7 @@
 #include <QtTest>
 
+#include <zlib.h>
+
 #include "crypto/multipart.h"
 
 // The arithmetic of parts, in 64 bits, and the sizes that the command line takes.
@@ -9,6 +11,8 @@ class TestMultipart : public QObject
 private Q_SLOTS:
     void plan_data();
     void plan();
+    void encodedBound_data();
+    void encodedBound();
     void parseSize_data();
     void parseSize();
     void thresholdIsExclusive();
@@ -53,6 +57,39 @@ void TestMultipart::plan()
     QCOMPARE(Multipart::partLength(count + 1, total, partSize), qint64(0));
     if (count > 1)
         QCOMPARE(Multipart::partLength(count - 1, total, partSize), partSize);
+}
+
+// Parts of an encoded upload are sized before the encoder ends: by a bound
+// that zlib itself must not exceed, and that keeps the largest file within
+// the part limit.
+void TestMultipart::encodedBound_data()
+{
+    QTest::addColumn<qint64>("plain");
+    QTest::addColumn<bool>("compressed");
+    QTest::addColumn<bool>("encrypted");
+
+    QTest::newRow("a byte, -z -e") << qint64(1) << true << true;
+    QTest::newRow("5 TiB, -z -e") << 5 * tib << true << true;
+    QTest::newRow("5 TiB, -e") << 5 * tib << false << true;
+}
+
+void TestMultipart::encodedBound()
+{
+    QFETCH(qint64, plain);
+    QFETCH(bool, compressed);
+    QFETCH(bool, encrypted);
+
+    const qint64 bound = Multipart::encodedSizeBound(plain, compressed, encrypted);
+    // The encoder's own settings: gzip framing, the largest memory level.
+    z_stream stream = {};
+    QCOMPARE(deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 31, 9, Z_DEFAULT_STRATEGY), Z_OK);
+    const qint64 zlibBound = qint64(deflateBound(&stream, uLong(plain)));
+    deflateEnd(&stream);
+    // The "Salted__" header and salt, and a whole block of padding.
+    QVERIFY(bound >= (compressed ? zlibBound : plain) + (encrypted ? 16 + 16 : 0));
+    const qint64 partSize = Multipart::partSizeFor(bound);
+    QVERIFY(Multipart::partCount(bound, partSize) <= Multipart::_maximumPartCount);
+    QVERIFY(partSize <= Multipart::_maximumSinglePut);
 }
 
 void TestMultipart::parseSize_data()
