@@ -9,6 +9,8 @@
 //                        [--service-endpoint NAME] [--key PEM --cert PEM]
 //                        [--listen-fds FD,FD]   (listening sockets handed down by
 //                                                socket-holder.py; no port file then)
+//                        [--pace BYTES_PER_S]   (GET bodies sent no faster: a test can then
+//                                                stop the server in the middle of one)
 
 const fs = require('fs');
 const http = require('http');
@@ -30,6 +32,7 @@ function parseArgs(argv) {
       case '--key': opts.key = fs.readFileSync(value); break;
       case '--cert': opts.cert = fs.readFileSync(value); break;
       case '--listen-fds': opts.listenFds = value.split(',').map(Number); break;
+      case '--pace': opts.pace = Number(value); break;
       default: throw new Error(`unknown option ${name}`);
     }
   }
@@ -41,6 +44,17 @@ function parseArgs(argv) {
 
 function log(line) {
   process.stdout.write(line + '\n');
+}
+
+// Each write reports a full buffer and 'drain' comes once the chunk's share of a second has
+// passed, so a piped body (koa pipes object files) follows at that rate.
+function pace(res, bytesPerSecond) {
+  const write = res.write.bind(res);
+  res.write = (chunk, ...rest) => {
+    write(chunk, ...rest);
+    setTimeout(() => res.emit('drain'), Buffer.byteLength(chunk) * 1000 / bytesPerSecond);
+    return false;
+  };
 }
 
 function listen(server, port, address) {
@@ -76,6 +90,7 @@ async function main() {
       // s3rver rewrites req.url for virtual-host requests: log what the client sent
       const line = `"${req.method} ${req.url}"`;
       res.on('finish', () => log(`req ${line} ${res.statusCode} ${req.headers.host || '-'}`));
+      if (opts.pace && req.method === 'GET') pace(res, opts.pace);
       handler(req, res);
     };
     return tls ? https.createServer({ key: opts.key, cert: opts.cert }, onRequest)

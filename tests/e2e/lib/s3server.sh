@@ -25,7 +25,8 @@
 #   s3_log_mark                         s3_requests (lines since the mark)   s3_request_count [ERE]
 #   s3_pid_alive PID                    the process runs (a zombie does not count)
 # A server that dies (s3rver only; start it with S3RVER_HELD=1 in the environment, so that its port
-# is held by socket-holder.py and outlives it, with new connections waiting in the backlog):
+# is held by socket-holder.py and outlives it, with new connections waiting in the backlog; with
+# S3RVER_PACE=BYTES_PER_S as well, GET bodies are sent no faster, so a kill lands mid-body):
 #   s3rver_kill DIR                     kills the server at once (SIGKILL); the port stays open
 #   s3rver_revive DIR                   starts it again on the same port and data
 # Known gaps:
@@ -151,6 +152,7 @@ _s3rver_start() {  # _s3rver_start DIR TLS DEADLINE
   if [[ ${S3RVER_HELD:-0} == 1 ]]; then
     args=(--directory "$dir/data" --service-endpoint localhost)
     [[ $tls == 1 ]] && args+=(--key "$dir/tls/key.pem" --cert "$dir/tls/cert.pem")
+    [[ -n ${S3RVER_PACE:-} ]] && args+=(--pace "$S3RVER_PACE")
     setsid python3 "$S3_LIB_DIR/socket-holder.py" "$dir/port" "$dir/run/s3rver-child.pid" \
       node "$S3_LIB_DIR/s3rver-serve.js" "${args[@]}" </dev/null >"$dir/log/s3rver.log" 2>&1 &
   else
