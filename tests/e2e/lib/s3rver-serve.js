@@ -9,8 +9,8 @@
 //                        [--service-endpoint NAME] [--key PEM --cert PEM]
 //                        [--listen-fds FD,FD]   (listening sockets handed down by
 //                                                socket-holder.py; no port file then)
-//                        [--pace BYTES_PER_S]   (GET bodies sent no faster: a test can then
-//                                                stop the server in the middle of one)
+//                        [--pace BYTES_PER_S]   (bodies sent and received no faster: a test
+//                                                can then stop the server in the middle of one)
 
 const fs = require('fs');
 const http = require('http');
@@ -46,15 +46,31 @@ function log(line) {
   process.stdout.write(line + '\n');
 }
 
-// Each write reports a full buffer and 'drain' comes once the chunk's share of a second has
-// passed, so a piped body (koa pipes object files) follows at that rate.
-function pace(res, bytesPerSecond) {
-  const write = res.write.bind(res);
+// Sending: each write reports a full buffer, and 'drain' comes when the bytes so far are due at
+// that rate (the socket's own 'drain' is dropped), so a piped body (koa pipes object files)
+// follows at that rate.
+function paceOut(res, bytesPerSecond) {
+  const write = res.write.bind(res), emit = res.emit.bind(res);
+  let due = Date.now();
+  res.emit = (event, ...args) => event !== 'drain' && emit(event, ...args);
   res.write = (chunk, ...rest) => {
+    due = Math.max(due, Date.now()) + Buffer.byteLength(chunk) * 1000 / bytesPerSecond;
     write(chunk, ...rest);
-    setTimeout(() => res.emit('drain'), Buffer.byteLength(chunk) * 1000 / bytesPerSecond);
+    setTimeout(() => emit('drain'), due - Date.now());
     return false;
   };
+}
+
+// Receiving: a refused push stops reading from the socket until the body is read from again, and
+// that read is held back until the bytes so far are due at that rate.
+function paceIn(req, bytesPerSecond) {
+  const push = req.push.bind(req), read = req._read.bind(req);
+  let due = Date.now();
+  req.push = (chunk, ...rest) => {
+    if (chunk) due = Math.max(due, Date.now()) + chunk.length * 1000 / bytesPerSecond;
+    return push(chunk, ...rest) && !chunk;
+  };
+  req._read = n => setTimeout(() => read(n), Math.max(0, due - Date.now()));
 }
 
 function listen(server, port, address) {
@@ -90,7 +106,7 @@ async function main() {
       // s3rver rewrites req.url for virtual-host requests: log what the client sent
       const line = `"${req.method} ${req.url}"`;
       res.on('finish', () => log(`req ${line} ${res.statusCode} ${req.headers.host || '-'}`));
-      if (opts.pace && req.method === 'GET') pace(res, opts.pace);
+      if (opts.pace) { paceIn(req, opts.pace); paceOut(res, opts.pace); }
       handler(req, res);
     };
     return tls ? https.createServer({ key: opts.key, cert: opts.cert }, onRequest)

@@ -26,7 +26,7 @@
 #   s3_pid_alive PID                    the process runs (a zombie does not count)
 # A server that dies (s3rver only; start it with S3RVER_HELD=1 in the environment, so that its port
 # is held by socket-holder.py and outlives it, with new connections waiting in the backlog; with
-# S3RVER_PACE=BYTES_PER_S as well, GET bodies are sent no faster, so a kill lands mid-body):
+# S3RVER_PACE=BYTES_PER_S as well, bodies go both ways no faster, so a kill lands mid-body):
 #   s3rver_kill DIR                     kills the server at once (SIGKILL); the port stays open
 #   s3rver_revive DIR                   starts it again on the same port and data
 # Known gaps:
