@@ -41,8 +41,8 @@ transfer() {
   local what=$1 file=$2 action=$3 pid q="" i at=${AT:-$KILL_AT} scale=1
   ERR=$E2E_WORK/$what.err
   [[ $action == never ]] && scale=0.2  # a run that can only fail need not wait out its minute of retries
-  QUORLE_RETRY_DELAY_SCALE=$scale timeout -k 5 300 "$QUORLE_BINARY" -t 1 --endpoint "$S3_HOST" --port "$S3_PORT" "$4" "$5" \
-    >"$E2E_WORK/$what.out" 2>"$ERR" &
+  QUORLE_RETRY_DELAY_SCALE=$scale timeout -k 5 300 "$QUORLE_BINARY" -t 1 --endpoint "$S3_HOST" \
+    --port "$S3_PORT" "$4" "$5" >"$E2E_WORK/$what.out" 2>"$ERR" &
   pid=$!
   for (( i = 0; i < 600 && ${#q} == 0; i++ )); do q=$(pgrep -P "$pid" || true); sleep 0.05; done
   while (( $(moved "$file" "$q") < at )) && kill -0 "$q" 2>/dev/null; do sleep 0.02; done

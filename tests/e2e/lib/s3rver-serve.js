@@ -46,31 +46,37 @@ function log(line) {
   process.stdout.write(line + '\n');
 }
 
-// Sending: each write reports a full buffer, and 'drain' comes when the bytes so far are due at
-// that rate (the socket's own 'drain' is dropped), so a piped body (koa pipes object files)
-// follows at that rate.
-function paceOut(res, bytesPerSecond) {
-  const write = res.write.bind(res), emit = res.emit.bind(res);
+// The wait, in ms, until BYTES more are due at RATE bytes a second, counted from the bytes so far.
+function pacer(bytesPerSecond) {
   let due = Date.now();
+  return bytes => {
+    due = Math.max(due, Date.now()) + bytes * 1000 / bytesPerSecond;
+    return due - Date.now();
+  };
+}
+
+// Sending: each write reports a full buffer and 'drain' comes when its bytes are due (the
+// socket's own 'drain' is dropped), so a piped body (koa pipes object files) follows the pace.
+function paceOut(res, bytesPerSecond) {
+  const write = res.write.bind(res), emit = res.emit.bind(res), wait = pacer(bytesPerSecond);
   res.emit = (event, ...args) => event !== 'drain' && emit(event, ...args);
   res.write = (chunk, ...rest) => {
-    due = Math.max(due, Date.now()) + Buffer.byteLength(chunk) * 1000 / bytesPerSecond;
     write(chunk, ...rest);
-    setTimeout(() => emit('drain'), due - Date.now());
+    setTimeout(() => emit('drain'), wait(Buffer.byteLength(chunk)));
     return false;
   };
 }
 
 // Receiving: a refused push stops reading from the socket until the body is read from again, and
-// that read is held back until the bytes so far are due at that rate.
+// that read is held back until the bytes pushed so far are due.
 function paceIn(req, bytesPerSecond) {
-  const push = req.push.bind(req), read = req._read.bind(req);
-  let due = Date.now();
+  const push = req.push.bind(req), read = req._read.bind(req), wait = pacer(bytesPerSecond);
+  let held = 0;
   req.push = (chunk, ...rest) => {
-    if (chunk) due = Math.max(due, Date.now()) + chunk.length * 1000 / bytesPerSecond;
+    if (chunk) held = wait(chunk.length);
     return push(chunk, ...rest) && !chunk;
   };
-  req._read = n => setTimeout(() => read(n), Math.max(0, due - Date.now()));
+  req._read = n => setTimeout(() => read(n), Math.max(0, held));
 }
 
 function listen(server, port, address) {
